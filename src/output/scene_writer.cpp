@@ -1,0 +1,27 @@
+#include "output/scene_writer.h"
+
+#include <cctype>
+
+#include "output/binary_writer.h"
+
+namespace kvl {
+
+OutputKind OutputKindForPath(const std::string& path) {
+  if (path.size() < 3) return OutputKind::NONE;
+  std::string ext = path.substr(path.size() - 3);
+  for (char& ch : ext) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+  if (ext == "KVL") return OutputKind::BINARY;
+  if (ext == "TXT") return OutputKind::TEXT;
+  return OutputKind::NONE;
+}
+
+std::unique_ptr<SceneWriter> MakeWriter(OutputKind kind) {
+  switch (kind) {
+    case OutputKind::BINARY: return std::make_unique<BinaryWriter>();
+    case OutputKind::TEXT: return nullptr;  // the text dump has no writer yet
+    case OutputKind::NONE: return nullptr;
+  }
+  return nullptr;
+}
+
+}  // namespace kvl

@@ -1,0 +1,28 @@
+// A writer turns the finished node table into one output file.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "scene/node_table.h"
+
+namespace kvl {
+
+class SceneWriter {
+ public:
+  virtual ~SceneWriter() = default;
+  // Returns false if the file could not be opened; nothing is written then.
+  virtual bool Write(const std::string& path, const NodeTable& table) = 0;
+};
+
+enum class OutputKind { BINARY, TEXT, NONE };
+
+// The writer is chosen by the last three characters of the path alone, folded
+// to upper case: no dot is looked for, so "sceneKVL" is a binary file too.
+// A path shorter than three characters has no extension and gets no writer.
+OutputKind OutputKindForPath(const std::string& path);
+
+// The writer for the kind, or null for NONE.
+std::unique_ptr<SceneWriter> MakeWriter(OutputKind kind);
+
+}  // namespace kvl

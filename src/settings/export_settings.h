@@ -1,0 +1,48 @@
+// The options of one export. Each field bears the name of its key in the
+// settings file; the defaults are what an export without a settings file uses.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "settings/config_store.h"
+
+namespace kvl {
+
+struct ExportSettings {
+  float scale = 1.0f;  // multiplies positions and distances, never scale values
+  bool enableadaptivesampling = false;
+  float postolerance = 0.0f;
+  float rottolerance = 0.0f;
+  float scaletolerance = 0.0f;
+  int32_t samplerate = 1;  // frames per sample
+  bool exporthidden = false;
+  bool exportlights = false;
+  bool exportnodeattributes = true;
+  bool optimize = true;
+  int32_t threshold = 10;
+  bool ignorespecial = false;
+  bool removescaling = true;
+  bool exportanims = true;
+  bool exportmorph = true;
+  std::string iniPath;  // where the settings file was found, or will be created
+  bool outputlog = false;
+  bool displaylog = true;
+
+  // Finds the settings file for an export to `outputPath`, parses it into
+  // `store` and fills the record; keys that are missing keep their defaults.
+  void Load(const std::string& outputPath, ConfigStore& store);
+  // Replaces the file at `iniPath` with every setting; silent if it cannot.
+  void Save() const;
+};
+
+// The places the settings file is looked for, in order: next to the output
+// file (only a backslash separates folders), then the host's fixed folders.
+std::string SettingsPathBeside(const std::string& outputPath);
+inline constexpr const char* SETTINGS_FIXED_PATHS[] = {
+    "c:\\3dsmax5\\kvlexp.ini",
+    "c:\\3dsmax42\\kvlexp.ini",
+    "c:\\3dsmax4\\kvlexp.ini",
+};
+
+}  // namespace kvl
