@@ -2,6 +2,7 @@
 
 #include <cctype>
 
+#include "output/ascii_dump_writer.h"
 #include "output/binary_writer.h"
 
 namespace kvl {
@@ -18,7 +19,7 @@ OutputKind OutputKindForPath(const std::string& path) {
 std::unique_ptr<SceneWriter> MakeWriter(OutputKind kind) {
   switch (kind) {
     case OutputKind::BINARY: return std::make_unique<BinaryWriter>();
-    case OutputKind::TEXT: return nullptr;  // the text dump has no writer yet
+    case OutputKind::TEXT: return std::make_unique<AsciiDumpWriter>();
     case OutputKind::NONE: return nullptr;
   }
   return nullptr;
