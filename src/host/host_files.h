@@ -1,0 +1,21 @@
+// The host's file system. The exporter names some files by Windows paths
+// ("c:\kvlexp.log", "c:\3dsmax5\kvlexp.ini"); on this platform the host maps a
+// drive letter to a folder that it chooses, and leaves every other path alone.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+namespace kvl::host {
+
+// Maps drive `letter` (either case) to `folder`; an empty folder removes it.
+void SetDriveFolder(char letter, const std::string& folder);
+
+// "c:\a\b.ini" becomes "<folder of c>/a/b.ini" when drive c is mapped; any
+// other path comes back as it is.
+std::string HostPath(const std::string& path);
+
+// fopen on the mapped path.
+std::FILE* HostFopen(const std::string& path, const char* mode);
+
+}  // namespace kvl::host

@@ -1,0 +1,67 @@
+#include "ui/headless_toolkit.h"
+
+#include <ostream>
+
+#include "settings/dialog_template.h"
+#include "settings/log_dialog.h"
+#include "settings/options_dialog.h"
+
+namespace kvl::ui {
+namespace {
+
+// -1 for text that is no check box state.
+int ParseCheck(const std::string& value) {
+  for (const char* on : {"1", "on", "true", "yes"}) {
+    if (value == on) return 1;
+  }
+  for (const char* off : {"0", "off", "false", "no"}) {
+    if (value == off) return 0;
+  }
+  return -1;
+}
+
+}  // namespace
+
+std::string CheckControlEdit(const ControlEdit& edit) {
+  const ControlTemplate* control = FindControlForKey(OptionsDialogTemplate(), edit.key);
+  if (!control) return "the options dialog has no setting '" + edit.key + "'";
+  if (!control->enabled) {
+    return "'" + edit.key + "' is disabled in the options dialog; change it in the settings file instead";
+  }
+  if (control->kind == ControlKind::CHECK_BOX && ParseCheck(edit.value) < 0) {
+    return "'" + edit.key + "' is a check box: give 1 or 0 (or on/off, true/false, yes/no), not '" + edit.value + "'";
+  }
+  return "";
+}
+
+int HeadlessToolkit::RunOptions(OptionsDialog& dialog) {
+  dialog.LoadControls();
+  for (const ControlEdit& edit : edits_) {
+    const ControlTemplate* control = FindControlForKey(OptionsDialogTemplate(), edit.key);
+    if (!control || !control->enabled) continue;  // refused before the export started
+    ControlState& state = dialog.Controls()[control->id];
+    if (control->kind == ControlKind::CHECK_BOX) {
+      state.checked = ParseCheck(edit.value) == 1 ? 1 : 0;
+    } else {
+      state.text = edit.value;
+    }
+  }
+  if (pressCancel_) {
+    cancelled_ = true;
+    return IDCANCEL;
+  }
+  if (!dialog.SaveControls()) {
+    err_ << "kvlexp: options refused: " << dialog.LastError() << "\n";
+    refused_ = true;
+    return IDCANCEL;
+  }
+  return IDOK;
+}
+
+int HeadlessToolkit::RunLog(LogDialog& dialog) {
+  logOut_ << dialog.Text().substr(0, LogDialog::MAX_TEXT);
+  logOut_.flush();
+  return IDOK;
+}
+
+}  // namespace kvl::ui
