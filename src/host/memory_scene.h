@@ -7,34 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "host/inode.h"
 #include "host/interface.h"
+#include "host/material.h"
+#include "host/memory_node.h"
 
 namespace kvl::host {
-
-class MemoryNode : public INode {
- public:
-  const char* GetName() override { return name.c_str(); }
-  uint32_t GetHandle() override { return handle; }
-  bool IsHidden() override { return hidden; }
-  void GetUserPropBuffer(CStr& buffer) override { buffer = CStr(userProperties); }
-
-  int NumberOfChildren() override { return static_cast<int>(children.size()); }
-  INode* GetChildNode(int index) override;
-  INode* GetParentNode() override { return parent; }
-  bool IsRootNode() override { return isRoot; }
-
-  // Appends a child and makes this node its parent.
-  MemoryNode& AddChild(std::unique_ptr<MemoryNode> child);
-
-  std::string name;
-  uint32_t handle = 0;
-  bool hidden = false;
-  std::string userProperties;
-  bool isRoot = false;
-  MemoryNode* parent = nullptr;
-  std::vector<std::unique_ptr<MemoryNode>> children;
-};
 
 class MemoryScene {
  public:
@@ -42,6 +19,8 @@ class MemoryScene {
 
   TimeValue ticksPerFrame = 160;
   Interval animationRange{0, 16000};
+  // Every material of the scene; nodes and multi-materials point into it.
+  std::vector<std::unique_ptr<Mtl>> materials;
   // The host's own root: never exported; its children are the top-level nodes.
   MemoryNode root;
 };

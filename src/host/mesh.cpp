@@ -1,0 +1,42 @@
+#include "host/mesh.h"
+
+namespace kvl::host {
+
+int Mesh::getNumMapVerts(int channel) const {
+  auto it = maps.find(channel);
+  return it == maps.end() ? 0 : static_cast<int>(it->second.tv.size());
+}
+
+TVFace* Mesh::mapFaces(int channel) {
+  auto it = maps.find(channel);
+  return it == maps.end() ? nullptr : it->second.tf.data();
+}
+
+UVVert* Mesh::mapVerts(int channel) {
+  auto it = maps.find(channel);
+  return it == maps.end() ? nullptr : it->second.tv.data();
+}
+
+namespace {
+Point3 Unit(const Point3& p) {
+  const float len = p.Length();
+  return len > 0.0f ? p * (1.0f / len) : p;
+}
+}  // namespace
+
+void Mesh::buildNormals() {
+  faceNormals.assign(faces.size(), Point3());
+  vertexNormals.assign(verts.size(), Point3());
+  for (size_t f = 0; f < faces.size(); ++f) {
+    const Face& face = faces[f];
+    bool inRange = true;
+    for (uint32_t v : face.v) inRange = inRange && v < verts.size();
+    if (!inRange) continue;
+    const Point3& p0 = verts[face.v[0]];
+    faceNormals[f] = Unit(CrossProd(verts[face.v[1]] - p0, verts[face.v[2]] - p0));
+    for (uint32_t v : face.v) vertexNormals[v] = vertexNormals[v] + faceNormals[f];
+  }
+  for (Point3& n : vertexNormals) n = Unit(n);
+}
+
+}  // namespace kvl::host
