@@ -1,0 +1,13 @@
+// Exit statuses of the command line.
+#pragma once
+
+namespace kvl::cli {
+
+enum ExitCode : int {
+  EXIT_OK = 0,
+  EXIT_FAILED = 1,     // the scene could not be loaded, or no output file was written
+  EXIT_USAGE = 2,      // the command line itself was wrong, or a --set the dialog cannot take
+  EXIT_CANCELLED = 3,  // the options dialog ended with Cancel (--cancel, or a value it refused)
+};
+
+}  // namespace kvl::cli

@@ -1,0 +1,155 @@
+#include "cli/export_command.h"
+
+#include <filesystem>
+#include <memory>
+#include <ostream>
+#include <system_error>
+
+#include "cli/exit_codes.h"
+#include "cli/progress_bar.h"
+#include "export/class_desc.h"
+#include "host/host_files.h"
+#include "host/memory_scene.h"
+#include "host/message_box.h"
+#include "output/scene_writer.h"
+#include "sources/json_scene.h"
+
+namespace kvl::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The exporter reports nothing to its host, so the host tells whether a file
+// was written by looking at it: it must exist and be newer than the start.
+struct OutputProbe {
+  bool existed = false;
+  fs::file_time_type before{};
+};
+
+OutputProbe ProbeOutput(const std::string& path) {
+  OutputProbe probe;
+  std::error_code ec;
+  if (fs::is_regular_file(path, ec)) {
+    probe.existed = true;
+    probe.before = fs::last_write_time(path, ec);
+  }
+  return probe;
+}
+
+bool WasWritten(const std::string& path, const OutputProbe& probe) {
+  std::error_code ec;
+  if (!fs::is_regular_file(path, ec)) return false;
+  if (!probe.existed) return true;
+  const fs::file_time_type after = fs::last_write_time(path, ec);
+  return !ec && after != probe.before;
+}
+
+// Why a path cannot take an output file, as best the host can tell.
+std::string WhyNotWritable(const std::string& path) {
+  std::error_code ec;
+  const fs::path target(path);
+  const fs::path dir = target.has_parent_path() ? target.parent_path() : fs::path(".");
+  if (fs::is_directory(target, ec)) return "it is a directory";
+  if (!fs::exists(dir, ec)) return "the folder " + dir.string() + " does not exist";
+  if (!fs::is_directory(dir, ec)) return dir.string() + " is not a folder";
+  return "it could not be opened for writing";
+}
+
+std::unique_ptr<host::SceneExport> CreateExporter() {
+  host::ClassDesc2* desc = LibClassDesc(0);
+  if (!desc) return nullptr;
+  return std::unique_ptr<host::SceneExport>(static_cast<host::SceneExport*>(desc->Create(false)));
+}
+
+// Everything the host installs around one call into the plug-in, and takes
+// away again afterwards.
+class HostSession {
+ public:
+  HostSession(const ExportRequest& request, host::MemoryScene& scene, std::ostream& out, std::ostream& err)
+      : progress_(err),
+        core_(scene, request.showProgress ? &progress_ : nullptr),
+        toolkit_(request.edits, request.cancel, out, err) {
+    host::SetCOREInterface(&core_);
+    host::SetDriveFolder('c', request.driveFolder);
+    host::SetMessageBoxHandler([&err](const std::string& text, const std::string& caption) {
+      err << "kvlexp: " << caption << ": " << text << "\n";
+    });
+    SetDialogToolkit(&toolkit_);
+  }
+  ~HostSession() {
+    SetDialogToolkit(nullptr);
+    host::SetMessageBoxHandler(nullptr);
+    host::SetDriveFolder('c', "");
+    host::SetCOREInterface(nullptr);
+  }
+  host::Interface& Core() { return core_; }
+  const ui::HeadlessToolkit& Toolkit() const { return toolkit_; }
+
+ private:
+  TerminalProgress progress_;
+  host::MemoryInterface core_;
+  ui::HeadlessToolkit toolkit_;
+};
+
+}  // namespace
+
+bool ParseControlEdit(const std::string& text, ui::ControlEdit& edit) {
+  const size_t eq = text.find('=');
+  if (eq == std::string::npos) return false;
+  edit.key = text.substr(0, eq);
+  edit.value = text.substr(eq + 1);
+  return true;
+}
+
+int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err) {
+  // Edits the dialog cannot take are refused before anything happens.
+  for (const ui::ControlEdit& edit : request.edits) {
+    const std::string problem = ui::CheckControlEdit(edit);
+    if (!problem.empty()) {
+      err << "kvlexp: --set " << edit.key << "=" << edit.value << ": " << problem << "\n";
+      return EXIT_USAGE;
+    }
+  }
+
+  sources::SceneLoadResult loaded = sources::LoadJsonSceneFile(request.scenePath);
+  if (!loaded.scene) {
+    err << "kvlexp: " << request.scenePath << ": " << loaded.error << "\n";
+    return EXIT_FAILED;
+  }
+
+  std::unique_ptr<host::SceneExport> exporter = CreateExporter();
+  if (!exporter) {
+    err << "kvlexp: the exporter could not be created\n";
+    return EXIT_FAILED;
+  }
+
+  const OutputProbe probe = ProbeOutput(request.outputPath);
+  bool dialogEndedWithCancel = false;
+  bool dialogRefused = false;
+  {
+    HostSession session(request, *loaded.scene, out, err);
+    host::ExpInterface expInterface;
+    exporter->DoExport(request.outputPath.c_str(), &expInterface, &session.Core(), false, 0);
+    dialogEndedWithCancel = session.Toolkit().Cancelled() || session.Toolkit().Refused();
+    dialogRefused = session.Toolkit().Refused();
+  }
+
+  if (dialogEndedWithCancel) {
+    if (!dialogRefused) err << "kvlexp: export cancelled in the options dialog; nothing was written\n";
+    return EXIT_CANCELLED;
+  }
+  const OutputKind kind = OutputKindForPath(request.outputPath);
+  if (kind == OutputKind::NONE) {
+    err << "kvlexp: " << request.outputPath
+        << ": unknown output type: the file name must end in KVL (binary scene) or TXT (text dump)\n";
+    return EXIT_FAILED;
+  }
+  if (!WasWritten(request.outputPath, probe)) {
+    err << "kvlexp: " << request.outputPath << ": cannot write the output file: "
+        << WhyNotWritable(request.outputPath) << "\n";
+    return EXIT_FAILED;
+  }
+  return EXIT_OK;
+}
+
+}  // namespace kvl::cli

@@ -1,0 +1,29 @@
+// `kvlexp export`: plays the host for one export.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "ui/headless_toolkit.h"
+
+namespace kvl::cli {
+
+struct ExportRequest {
+  std::string scenePath;
+  std::string outputPath;
+  std::vector<ui::ControlEdit> edits;  // typed into the options dialog before OK
+  bool cancel = false;                 // press Cancel instead of OK
+  bool showProgress = false;           // draw the progress display on `err`
+  std::string driveFolder;             // where the host keeps drive C; empty: none
+};
+
+// Loads the scene, runs the exporter as the host would, and reports what
+// happened: the log dialog on `out`, progress and problems on `err`.
+// Returns the process's exit status.
+int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err);
+
+// "KEY=VALUE" as an edit; false if there is no "=".
+bool ParseControlEdit(const std::string& text, ui::ControlEdit& edit);
+
+}  // namespace kvl::cli

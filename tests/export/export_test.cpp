@@ -1,0 +1,243 @@
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "export/class_desc.h"
+#include "export/kvl_exp.h"
+#include "host/host_files.h"
+#include "host/memory_scene.h"
+#include "settings/dialog_toolkit.h"
+#include "ui/headless_toolkit.h"
+
+namespace kvl {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<uint8_t> ReadFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+class RecordingDisplay : public host::ProgressDisplay {
+ public:
+  void Start(const char* title) override { events.push_back(std::string("start ") + title); }
+  void Update(int percent, bool, const char* title) override {
+    events.push_back("update " + std::to_string(percent) + " " + title);
+  }
+  void End() override { events.push_back("end"); }
+  std::vector<std::string> events;
+};
+
+// Runs one export of `scene` to `path` as the host would, pressing OK in
+// the options dialog and printing the log dialog into `logShown`.
+struct HostRun {
+  explicit HostRun(host::MemoryScene& scene) : core(scene, &display), toolkit({}, false, logShown, errors) {
+    host::SetCOREInterface(&core);
+    SetDialogToolkit(&toolkit);
+  }
+  ~HostRun() {
+    SetDialogToolkit(nullptr);
+    host::SetCOREInterface(nullptr);
+  }
+  int Export(KVLExp& exporter, const fs::path& path) {
+    host::ExpInterface ei;
+    return exporter.DoExport(path.string().c_str(), &ei, &core, false, 0);
+  }
+  RecordingDisplay display;
+  host::MemoryInterface core;
+  std::ostringstream logShown, errors;
+  ui::HeadlessToolkit toolkit;
+};
+
+class ExportTest : public ::testing::Test {
+ protected:
+  // The settings file goes next to the output only for backslash paths, so
+  // each test works in a folder of its own.
+  void SetUp() override {
+    dir = fs::temp_directory_path() / ("kvl_export_test_" + std::to_string(::getpid()));
+    fs::create_directories(dir / "c");
+    previous = fs::current_path();
+    fs::current_path(dir);
+    host::SetDriveFolder('c', (dir / "c").string());
+  }
+  void TearDown() override {
+    host::SetDriveFolder('c', "");
+    fs::current_path(previous);
+    fs::remove_all(dir);
+  }
+  fs::path dir, previous;
+};
+
+// Chunk 2 version 1, id 0, 55 bytes: no parent, "scene_root", identity.
+const std::vector<uint8_t> kRootOnlyFile = {
+    0x02, 0x00, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x37, 0x00, 0x00, 0x00,  // header
+    0xFF, 0xFF, 0xFF, 0xFF,                                                  // parent: none
+    0x0A, 's', 'c', 'e', 'n', 'e', '_', 'r', 'o', 'o', 't',                  // name
+    0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,  // position
+    0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,  // rotation x y z
+    0x00, 0x00, 0x80, 0x3F,                                                  // rotation w
+    0x00, 0x00, 0x80, 0x3F, 0x00, 0x00, 0x80, 0x3F, 0x00, 0x00, 0x80, 0x3F,  // scale
+};
+
+TEST_F(ExportTest, EmptySceneGivesTheSixtySevenByteFile) {
+  ASSERT_EQ(kRootOnlyFile.size(), 67u);
+  for (bool optimize : {true, false}) {
+    host::MemoryScene scene;
+    HostRun run(scene);
+    KVLExp exporter;
+    exporter.Table().settings.optimize = optimize;
+    const fs::path out = dir / "empty.kvl";
+    EXPECT_EQ(run.Export(exporter, out), 1);
+    EXPECT_EQ(ReadFile(out), kRootOnlyFile) << "optimize " << optimize;
+    EXPECT_EQ(run.display.events.front(), "start Starting export...");
+    EXPECT_EQ(run.display.events.back(), "end");
+  }
+}
+
+TEST_F(ExportTest, WalksTopLevelNodesUnderTheSceneRoot) {
+  host::MemoryScene scene;
+  auto top = std::make_unique<host::MemoryNode>();
+  top->name = "top";
+  top->handle = 1;
+  auto child = std::make_unique<host::MemoryNode>();
+  child->handle = 2;
+  top->AddChild(std::move(child));
+  scene.root.AddChild(std::move(top));
+  HostRun run(scene);
+  KVLExp exporter;
+  const fs::path out = dir / "tree.kvl";
+  EXPECT_EQ(run.Export(exporter, out), 1);
+  // The walker makes nothing yet, so the root group is the whole file.
+  EXPECT_EQ(ReadFile(out), kRootOnlyFile);
+  ASSERT_NE(exporter.RootNode(), nullptr);
+  EXPECT_EQ(exporter.RootNode()->id, 0u);
+  EXPECT_EQ(exporter.RootNode()->name, "scene_root");
+  // Handle 0 stands for the root group.
+  EXPECT_EQ(exporter.IdForHandle(0), 0u);
+}
+
+TEST_F(ExportTest, WriterFollowsTheLastThreeCharacters) {
+  for (const char* name : {"a.kvl", "b.KvL", "c.KVL", "sceneKVL"}) {
+    host::MemoryScene scene;
+    HostRun run(scene);
+    KVLExp exporter;
+    EXPECT_EQ(run.Export(exporter, dir / name), 1);
+    EXPECT_EQ(ReadFile(dir / name), kRootOnlyFile) << name;
+  }
+  for (const char* name : {"scene.xml", "kv"}) {
+    host::MemoryScene scene;
+    HostRun run(scene);
+    KVLExp exporter;
+    EXPECT_EQ(run.Export(exporter, dir / name), 1);
+    EXPECT_FALSE(fs::exists(dir / name)) << name;
+  }
+}
+
+TEST_F(ExportTest, UnwritableOutputStillReturnsOne) {
+  host::MemoryScene scene;
+  HostRun run(scene);
+  KVLExp exporter;
+  EXPECT_EQ(run.Export(exporter, dir / "missing-folder" / "out.kvl"), 1);
+  EXPECT_FALSE(fs::exists(dir / "missing-folder"));
+}
+
+TEST(KVLExpIds, IdForHandleHandsOutOneIdPerHandle) {
+  KVLExp exporter;
+  EXPECT_EQ(exporter.AllocateId(), 0u);
+  EXPECT_EQ(exporter.IdForHandle(77), 1u);
+  EXPECT_EQ(exporter.IdForHandle(77), 1u);  // consumed one value only
+  EXPECT_EQ(exporter.AllocateId(), 2u);
+  EXPECT_EQ(exporter.IdForHandle(5), 3u);
+}
+
+template <class T>
+T& AddNamed(KVLExp& exporter, uint32_t id, const std::string& name) {
+  auto node = std::make_unique<T>();
+  node->id = id;
+  node->name = name;
+  T& ref = *node;
+  exporter.Table().Insert(std::move(node));
+  return ref;
+}
+
+TEST(KVLExpNames, FindGroupByNamePrefersEarlierPrefixedGroup) {
+  KVLExp exporter;
+  AddNamed<GroupNode>(exporter, 9, "wall");
+  AddNamed<GroupNode>(exporter, 5, "GR_wall");
+  AddNamed<HelperNode>(exporter, 2, "wall");  // not a group
+  ASSERT_NE(exporter.FindGroupByName("wall"), nullptr);
+  EXPECT_EQ(exporter.FindGroupByName("wall")->id, 5u);
+
+  AddNamed<PRSAnimationGroup>(exporter, 3, "PRS_door");
+  AddNamed<PRSKeyAnimationGroup>(exporter, 1, "door");  // key groups are not looked at
+  ASSERT_NE(exporter.FindGroupByName("door"), nullptr);
+  EXPECT_EQ(exporter.FindGroupByName("door")->id, 3u);
+  EXPECT_EQ(exporter.FindGroupByName("Wall"), nullptr);  // case counts
+  EXPECT_EQ(exporter.FindHelperByName("wall")->id, 2u);
+  EXPECT_EQ(exporter.FindHelperByName("door"), nullptr);
+}
+
+TEST(KVLExpNames, ResolveNamesFillsSpringsAndConstructionColliders) {
+  KVLExp exporter;
+  AddNamed<GroupNode>(exporter, 4, "GR_base");
+  AddNamed<GroupNode>(exporter, 6, "base");
+  AddNamed<HelperNode>(exporter, 7, "anchor");
+  AddNamed<HelperNode>(exporter, 8, "other");
+  auto springNode = std::make_unique<SpringNode>();
+  springNode->id = 10;
+  springNode->parent2Name = "anchor";
+  SpringNode& resolvedSpring = *springNode;
+  exporter.Table().Insert(std::move(springNode));
+  auto lostSpring = std::make_unique<SpringNode>();
+  lostSpring->id = 11;
+  lostSpring->parent2Name = "nowhere";
+  lostSpring->parentId2 = 1234;
+  SpringNode& unresolvedSpring = *lostSpring;
+  exporter.Table().Insert(std::move(lostSpring));
+
+  auto& first = AddNamed<ColliderNode>(exporter, 12, "c1");
+  first.colliderType = COLLIDER_CONSTRUCTION;
+  first.constructionStartName = "base";
+  auto& second = AddNamed<ColliderNode>(exporter, 13, "c2");
+  second.colliderType = COLLIDER_CONSTRUCTION;
+  second.constructionStartName = "base";
+  auto& other = AddNamed<ColliderNode>(exporter, 14, "c3");
+  other.colliderType = COLLIDER_BOUNDING_VOLUME;
+  other.constructionStartName = "base";
+  other.constructionStartId = 99;
+
+  exporter.ResolveNames();
+
+  EXPECT_EQ(resolvedSpring.parentId2, 7u);
+  EXPECT_EQ(unresolvedSpring.parentId2, NODE_ID_NONE);
+  EXPECT_EQ(first.constructionStartId, 4u);
+  EXPECT_EQ(second.constructionStartId, 4u);
+  EXPECT_EQ(other.constructionStartId, 99u);  // only type 4 is resolved
+}
+
+TEST(PluginEntry, CreatesTheExporterThroughTheClassDescriptor) {
+  EXPECT_STREQ(LibDescription(), "Kelvane MAX Exporter");
+  EXPECT_EQ(LibNumberClasses(), 1);
+  EXPECT_EQ(LibVersion(), 0x13EC0800ul);
+  EXPECT_EQ(LibClassDesc(1), nullptr);
+  EXPECT_EQ(LibClassDesc(-1), nullptr);
+  host::ClassDesc2* desc = LibClassDesc(0);
+  ASSERT_NE(desc, nullptr);
+  std::unique_ptr<host::SceneExport> exporter(static_cast<host::SceneExport*>(desc->Create(false)));
+  ASSERT_NE(exporter, nullptr);
+  EXPECT_STREQ(exporter->Ext(0), "KVL");
+  EXPECT_STREQ(exporter->Ext(1), "TXT");
+  EXPECT_STREQ(exporter->Ext(-1), "TXT");
+}
+
+}  // namespace
+}  // namespace kvl
