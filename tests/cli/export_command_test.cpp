@@ -121,6 +121,34 @@ TEST_F(ExportCommandTest, UnwritableOutputIsReportedWithTheReason) {
   EXPECT_NE(Message().find("is a directory"), std::string::npos) << err.str();
 }
 
+TEST_F(ExportCommandTest, EditsGoThroughTheOptionsDialog) {
+  const fs::path scene = WriteScene("empty.json", kEmptyScene);
+  // A value the dialog refuses ends as Cancel: nothing written or saved.
+  EXPECT_EQ(Run(scene, dir / "out.kvl", {{"scale", "0"}}), EXIT_CANCELLED);
+  EXPECT_NE(Message().find("Export scale"), std::string::npos) << err.str();
+  EXPECT_FALSE(fs::exists(dir / "out.kvl"));
+  EXPECT_FALSE(fs::exists(dir / "kvlexp.ini"));
+
+  // Disabled controls and settings without a control are refused up front.
+  EXPECT_EQ(Run(scene, dir / "out.kvl", {{"exportlights", "1"}}), EXIT_USAGE);
+  EXPECT_NE(Message().find("disabled"), std::string::npos) << err.str();
+  EXPECT_EQ(Run(scene, dir / "out.kvl", {{"iniPath", "x"}}), EXIT_USAGE);
+  EXPECT_NE(Message().find("iniPath"), std::string::npos) << err.str();
+  EXPECT_EQ(Run(scene, dir / "out.kvl", {{"optimize", "maybe"}}), EXIT_USAGE);
+  EXPECT_FALSE(fs::exists(dir / "kvlexp.ini"));
+
+  EXPECT_EQ(Run(scene, dir / "out.kvl", {}, true), EXIT_CANCELLED);
+  EXPECT_NE(Message().find("cancelled"), std::string::npos) << err.str();
+  EXPECT_FALSE(fs::exists(dir / "out.kvl"));
+
+  // Accepted edits are saved, and the log dialog prints the log.
+  EXPECT_EQ(Run(scene, dir / "out.kvl", {{"samplerate", "4"}, {"displaylog", "on"}}), EXIT_OK) << err.str();
+  std::ifstream in(dir / "kvlexp.ini");
+  const std::string settings((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_NE(settings.find("\nsamplerate = 4\n"), std::string::npos) << settings;
+  EXPECT_EQ(out.str().rfind("Initializing export\r\n", 0), 0u) << out.str();
+}
+
 TEST_F(ExportCommandTest, DemoSceneExports) {
   const fs::path out = dir / "demo.kvl";
   EXPECT_EQ(Run(fs::path(KVL_EXAMPLES_DIR) / "demo.json", out), EXIT_OK) << err.str();

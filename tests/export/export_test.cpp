@@ -14,7 +14,9 @@
 #include "export/kvl_exp.h"
 #include "host/host_files.h"
 #include "host/memory_scene.h"
+#include "settings/dialog_template.h"
 #include "settings/dialog_toolkit.h"
+#include "settings/log_dialog.h"
 #include "ui/headless_toolkit.h"
 
 namespace kvl {
@@ -237,6 +239,111 @@ TEST(PluginEntry, CreatesTheExporterThroughTheClassDescriptor) {
   EXPECT_STREQ(exporter->Ext(0), "KVL");
   EXPECT_STREQ(exporter->Ext(1), "TXT");
   EXPECT_STREQ(exporter->Ext(-1), "TXT");
+}
+
+}  // namespace
+}  // namespace kvl
+
+namespace kvl {
+namespace {
+
+std::vector<std::string> Updates(const RecordingDisplay& display) {
+  std::vector<std::string> updates;
+  for (const std::string& e : display.events) {
+    if (e.rfind("update ", 0) == 0) updates.push_back(e.substr(7));
+  }
+  return updates;
+}
+
+TEST_F(ExportTest, MessagesCarryTheProgressOfTheirStep) {
+  host::MemoryScene scene;
+  HostRun run(scene);
+  KVLExp exporter;
+  run.Export(exporter, dir / "out.kvl");
+  const std::string path = (dir / "out.kvl").string();
+  const std::vector<std::string> expected = {
+      "0 Initializing export", "5 Creating sceneroot",       "10 Parsing nodes",
+      "50 Node parsing complete", "50 Processing nodes",     "60 Optimizing output",
+      "90 Writing to file " + path, "99 Export completed successfully"};
+  EXPECT_EQ(Updates(run.display), expected);
+  // The log dialog shows the whole log, each line ending in CR LF.
+  std::string text;
+  for (const std::string& line : expected) text += line.substr(line.find(' ') + 1) + "\r\n";
+  EXPECT_EQ(run.logShown.str(), text);
+}
+
+TEST_F(ExportTest, WithoutOptimiserTheValueSixtyIsNeverShown) {
+  std::ofstream(dir / "kvlexp.ini") << "optimize = 0\ndisplaylog = 0\n";
+  host::MemoryScene scene;
+  HostRun run(scene);
+  KVLExp exporter;
+  run.Export(exporter, "out.kvl");
+  const std::vector<std::string> expected = {
+      "0 Initializing export", "5 Creating sceneroot",  "10 Parsing nodes",
+      "50 Node parsing complete", "50 Processing nodes", "90 Writing to file out.kvl",
+      "99 Export completed successfully"};
+  EXPECT_EQ(Updates(run.display), expected);
+  EXPECT_EQ(exporter.Log().progress, 99);
+  EXPECT_TRUE(run.logShown.str().empty());  // displaylog off
+}
+
+TEST_F(ExportTest, LogFileIsWrittenBeforeTheLogDialogRuns) {
+  std::ofstream(dir / "kvlexp.ini") << "outputlog = 1\n";
+  // A toolkit that looks at the log file while the log dialog is open.
+  struct PeekingToolkit : DialogToolkit {
+    int RunOptions(OptionsDialog&) override { return IDOK; }
+    int RunLog(LogDialog& dialog) override {
+      std::ifstream in(logPath, std::ios::binary);
+      fileWhileOpen.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+      shown = dialog.Text();
+      return IDOK;
+    }
+    fs::path logPath;
+    std::string fileWhileOpen, shown;
+  } toolkit;
+  toolkit.logPath = dir / "c" / "kvlexp.log";
+  host::MemoryScene scene;
+  HostRun run(scene);
+  SetDialogToolkit(&toolkit);
+  KVLExp exporter;
+  run.Export(exporter, "out.kvl");
+  ASSERT_FALSE(toolkit.fileWhileOpen.empty());
+  EXPECT_EQ(toolkit.fileWhileOpen, toolkit.shown);
+  const std::string lastLine = "Export completed successfully\r\n";
+  EXPECT_EQ(toolkit.fileWhileOpen.substr(toolkit.fileWhileOpen.size() - lastLine.size()), lastLine);
+}
+
+TEST_F(ExportTest, CancelLeavesSettingsAndOutputUntouchedAndLogsNothing) {
+  const std::string settings = "# mine\nscale = 3\nunknown = 1\n";
+  std::ofstream(dir / "kvlexp.ini", std::ios::binary) << settings;
+  host::MemoryScene scene;
+  HostRun run(scene);
+  ui::HeadlessToolkit cancelling({{"scale", "5"}}, true, run.logShown, run.errors);
+  SetDialogToolkit(&cancelling);
+  KVLExp exporter;
+  EXPECT_EQ(run.Export(exporter, "out.kvl"), 1);
+  EXPECT_FALSE(fs::exists(dir / "out.kvl"));
+  EXPECT_TRUE(exporter.Log().Entries().empty());
+  EXPECT_EQ(exporter.Table().Size(), 0u);
+  const std::vector<uint8_t> bytes = ReadFile(dir / "kvlexp.ini");
+  EXPECT_EQ(std::string(bytes.begin(), bytes.end()), settings);
+  EXPECT_EQ(run.display.events.back(), "end");
+}
+
+TEST_F(ExportTest, OkSavesTheConfirmedSettingsBeforeTheSceneWork) {
+  host::MemoryScene scene;
+  HostRun run(scene);
+  ui::HeadlessToolkit editing({{"scale", "2.5"}, {"exporthidden", "1"}}, false, run.logShown, run.errors);
+  SetDialogToolkit(&editing);
+  KVLExp exporter;
+  // Not a known extension: nothing is written, but the settings are saved.
+  run.Export(exporter, "out.xml");
+  EXPECT_FALSE(fs::exists(dir / "out.xml"));
+  const std::vector<uint8_t> bytes = ReadFile(dir / "kvlexp.ini");
+  const std::string text(bytes.begin(), bytes.end());
+  EXPECT_NE(text.find("\nscale = 2.500000\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("\nexporthidden = 1\n"), std::string::npos) << text;
+  EXPECT_EQ(exporter.Log().Entries().back().text, "Export completed successfully");
 }
 
 }  // namespace
