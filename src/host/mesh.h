@@ -50,6 +50,7 @@ class Mesh {
   int getNumVerts() const { return static_cast<int>(verts.size()); }
   int getNumFaces() const { return static_cast<int>(faces.size()); }
   Point3& getVert(int i) { return verts[static_cast<size_t>(i)]; }
+  const Point3& getVert(int i) const { return verts[static_cast<size_t>(i)]; }
   MtlID getFaceMtlIndex(int face) const { return faces[static_cast<size_t>(face)].getMatID(); }
 
   // 0 for a channel that the mesh does not have.

@@ -2,6 +2,8 @@
 // with the value written, and left-out keys take their defaults.
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <stdexcept>
 #include <string>
 
 #include "host/memory_materials.h"
@@ -196,6 +198,110 @@ TEST(JsonScene, StandardMaterialValuesAndDefaults) {
   EXPECT_FALSE(plain->GetWire() || plain->GetWireUnits() || plain->GetTwoSided() || plain->GetFalloffOut());
   EXPECT_EQ(plain->GetTransparencyType(), 2);
   for (int slot = 0; slot < host::STD_NUM_MAPS; ++slot) EXPECT_EQ(plain->GetMapState(slot), 0);
+}
+
+TEST(JsonScene, TransformsFromTrsMatrixAndKeys) {
+  SceneLoadResult result = LoadJsonScene(Doc(R"("nodes": [
+      {"transform": {"position": [1, 2, 3], "rotation": [0, 0, 1, 1], "scale": [2, 3, -1]}},
+      {"transform": {"matrix": [[0, 1, 0], [-1, 0, 0], [0, 0, 1], [4, 5, 6]]}},
+      {"transform": {}}])"));
+  host::MemoryScene& scene = Loaded(result);
+  // (0, 0, 1, 1) normalises to a quarter turn about z; then scale by row.
+  const host::Matrix3 trs = scene.root.GetChildNode(0)->GetNodeTM(0);
+  const host::Point3 expected[4] = {{0, 2, 0}, {-3, 0, 0}, {0, 0, -1}, {1, 2, 3}};
+  for (int r = 0; r < 4; ++r) {
+    for (int c = 0; c < 3; ++c) EXPECT_NEAR(trs[r][c], expected[r][c], 1e-6f) << r << "," << c;
+  }
+  EXPECT_TRUE(trs.Parity());
+  const host::Matrix3 matrix = scene.root.GetChildNode(1)->GetNodeTM(0);
+  EXPECT_EQ(matrix.GetRow(0), host::Point3(0, 1, 0));
+  EXPECT_EQ(matrix.GetRow(3), host::Point3(4, 5, 6));
+  EXPECT_TRUE(scene.root.GetChildNode(2)->GetNodeTM(0).IsIdentity());
+}
+
+TEST(JsonScene, HierarchyMatricesAtSeveralTicks) {
+  SceneLoadResult result = LoadJsonSceneFile(kScenes + "hierarchy.json");
+  host::MemoryScene& scene = Loaded(result);
+  INode* base = scene.root.GetChildNode(0);
+  INode* hand = base->GetChildNode(0)->GetChildNode(0);
+  INode* deformed = base->GetChildNode(1);
+  // The keys replace Base's fixed transform: at tick 0 it stands at the origin.
+  EXPECT_TRUE(base->GetNodeTM(0).IsIdentity());
+  // Hand at the last key: Arm's (0, 2, 0) turned to (-2, 0, 0) plus (10, 0, 0),
+  // then Hand's (1, 0, 0) through Arm's axes (length 2, x along +y).
+  const host::Matrix3 node = hand->GetNodeTM(1600);
+  const host::Matrix3 object = hand->GetObjTMBeforeWSM(4000);
+  const host::Point3 rows[3] = {{0, 2, 0}, {-2, 0, 0}, {0, 0, 2}};
+  for (int r = 0; r < 3; ++r) {
+    for (int c = 0; c < 3; ++c) {
+      EXPECT_NEAR(node[r][c], rows[r][c], 1e-5f);
+      EXPECT_NEAR(object[r][c], rows[r][c], 1e-5f);
+    }
+  }
+  const host::Point3 nodeAt(8, 2, 0), objectAt(8, 2, 2);
+  for (int c = 0; c < 3; ++c) {
+    EXPECT_NEAR(node[3][c], nodeAt[c], 1e-5f);
+    EXPECT_NEAR(object[3][c], objectAt[c], 1e-5f);
+  }
+  // Halfway between the keys: five along x, an eighth of a turn.
+  EXPECT_NEAR(base->GetNodeTM(800)[3].x, 5.0f, 1e-5f);
+  EXPECT_NEAR(base->GetNodeTM(800)[0].y, std::sqrt(0.5f), 1e-5f);
+  EXPECT_EQ(deformed->GetObjTMAfterWSM(800).GetIdentFlags(), host::MAT_IDENT);
+  EXPECT_NEAR(deformed->GetObjTMBeforeWSM(0)[3].x, 5.0f, 1e-5f);
+}
+
+TEST(JsonScene, MeshWithChannelsAndFrames) {
+  SceneLoadResult result = LoadJsonScene(Doc(R"("nodes": [{"object": {"type": "mesh",
+      "vertices": [[0, 0, 0], [1, 0, 0], [0, 1, 0]],
+      "faces": [{"v": [0, 1, 2], "smoothing": 4294967295, "material": 65535}, {"v": [2, 1, 0]}],
+      "channels": {"1": {"vertices": [[0, 0, 0], [1, 1, 0]], "faces": [[0, 1, 1], [1, 0, 0]]},
+                   "-2": {"vertices": [[0.5, 0, 0]], "faces": [[0, 0, 0], [0, 0, 0]]},
+                   "7": {"vertices": [[9, 9, 9]], "faces": [[0, 0, 0], [0, 0, 0]]}},
+      "frames": [{"tick": 160, "vertices": [[0, 0, 1], [1, 0, 1], [0, 1, 1]]}]}},
+      {"object": {"type": "mesh", "vertices": [[0, 0, 0]], "renderMesh": false}}])"));
+  host::MemoryScene& scene = Loaded(result);
+  INode* node = scene.root.GetChildNode(0);
+  host::Object* object = node->EvalWorldState(0).obj;
+  host::NullRenderView view;
+  bool needDelete = true;
+  host::Mesh* mesh = object->GetRenderMesh(0, node, view, needDelete);
+  ASSERT_NE(mesh, nullptr);
+  EXPECT_FALSE(needDelete);
+  EXPECT_EQ(mesh->getNumFaces(), 2);
+  EXPECT_EQ(mesh->faces[0].smGroup, 0xFFFFFFFFu);
+  EXPECT_EQ(mesh->getFaceMtlIndex(0), 65535);
+  EXPECT_EQ(mesh->faces[1].smGroup, 0u);
+  EXPECT_EQ(mesh->getFaceMtlIndex(1), 0);
+  EXPECT_EQ(mesh->faces[1].v[0], 2u);
+  EXPECT_EQ(mesh->getNumMapVerts(1), 2);
+  EXPECT_EQ(mesh->mapVerts(1)[mesh->mapFaces(1)[0].t[2]], host::Point3(1, 1, 0));
+  EXPECT_EQ(mesh->getNumMapVerts(host::MAP_ALPHA), 1);
+  EXPECT_EQ(mesh->mapVerts(host::MAP_ALPHA)[0].x, 0.5f);
+  EXPECT_EQ(mesh->getNumMapVerts(0), 0);
+  EXPECT_EQ(mesh->getNumMapVerts(7), 1);
+
+  host::Mesh* frame = object->GetRenderMesh(200, node, view, needDelete);
+  ASSERT_NE(frame, nullptr);
+  EXPECT_TRUE(needDelete);
+  EXPECT_EQ(frame->getVert(2), host::Point3(0, 1, 1));
+  EXPECT_EQ(frame->getNumMapVerts(1), 2);
+  if (needDelete) delete frame;
+
+  INode* hidden = scene.root.GetChildNode(1);
+  EXPECT_EQ(hidden->EvalWorldState(0).obj->GetRenderMesh(0, hidden, view, needDelete), nullptr);
+}
+
+TEST(JsonScene, TheDocumentedExampleLoads) {
+  // tests/scenes/crate.json is the example of docs/scene-format.md.
+  SceneLoadResult result = LoadJsonSceneFile(kScenes + "crate.json");
+  host::MemoryScene& scene = Loaded(result);
+  INode* crate = scene.root.GetChildNode(0);
+  EXPECT_STREQ(crate->GetName(), "Crate");
+  EXPECT_EQ(crate->GetHandle(), 1u);
+  EXPECT_EQ(crate->GetChildNode(0)->GetHandle(), 100u);
+  EXPECT_EQ(crate->GetMtl()->NumSubMtls(), 2);
+  EXPECT_NEAR(crate->GetNodeTM(4800)[3].z, 10.0f, 1e-6f);
+  EXPECT_EQ(scene.animationRange.End(), 4800);
 }
 
 TEST(JsonScene, UnreadableFileIsNamed) {
