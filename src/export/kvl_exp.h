@@ -14,6 +14,8 @@
 
 namespace kvl {
 
+struct NodeVisit;
+
 class KVLExp : public host::SceneExport {
  public:
   KVLExp() = default;
@@ -67,6 +69,20 @@ class KVLExp : public host::SceneExport {
   bool ConfirmSettings(const std::string& name);
   GroupNode& CreateSceneRoot();
   void ParseTopLevelNodes(host::INode* hostRoot, GroupNode& sceneRoot);
+
+  // The walk's steps for one host node, in the order ParseNode runs them.
+  void MakeAnimationGroup(NodeVisit& visit);
+  void MakeGroupIfWanted(NodeVisit& visit);
+  void TranslateObject(NodeVisit& visit, host::Object& object);
+  GeometryNode& MakeGeometryNode(NodeVisit& visit);
+  void TranslateGeometry(NodeVisit& visit, host::Object& object);
+  void TranslateCamera(NodeVisit& visit, host::CameraObject& camera);
+  void MakeParticleSystem(NodeVisit& visit);
+  // Fills the mesh node's submeshes from the host mesh, with its buffers,
+  // materials and textures; the triangle layout keeps per-corner data in
+  // triangle info buffers, the vertex layout in the vertices.
+  void ExtractMesh(host::INode* node, host::Mesh& mesh, MeshNode& meshNode, bool useTriangleInfo, bool morph);
+  void MakeAttributeNodes(ConfigStore& properties, uint32_t ownerId);
   void FinishLog();
   void WriteOutput(const std::string& name);
 

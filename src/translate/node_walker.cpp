@@ -1,13 +1,92 @@
-// The walk over the host's node tree. For now it visits every node and makes
-// nothing; the translation of each kind of node joins it step by step.
+// The walk over the host's node tree. For each host node the steps run in a
+// fixed order, and since ids are handed out as nodes are made, that order
+// is also the order of the file: a node's children come before its object.
 #include "export/kvl_exp.h"
+#include "translate/coordinates.h"
+#include "translate/node_visit.h"
 
 namespace kvl {
 
 void KVLExp::ParseNode(host::INode* node, GroupNode& parent) {
   if (!node) return;
+  const ExportSettings& settings = table_.settings;
+  log_.Log(std::string("Exporting node ") + node->GetName());
+  if (node->IsHidden(0, false) && !settings.exporthidden) {
+    // The whole subtree goes, whatever its members are.
+    log_.Log("(hidden node, discarded because of export options)");
+    return;
+  }
+
+  NodeVisit visit(node, parent);
+  host::CStr propertyText;
+  node->GetUserPropBuffer(propertyText);
+  visit.properties.Parse(propertyText.data());
+  visit.isSceneRoot = visit.properties.GetInt("sceneroot", 0) == 1;
+
+  // Scene data is read at tick 0, not at the start of the animation range.
+  const host::ObjectState state = node->EvalWorldState(0, true);
+
+  if (node->GetTMController() && settings.exportanims) MakeAnimationGroup(visit);
+  MakeGroupIfWanted(visit);
+
   const int childCount = node->NumberOfChildren();
-  for (int k = 0; k < childCount; ++k) ParseNode(node->GetChildNode(k), parent);
+  for (int k = 0; k < childCount; ++k) ParseNode(node->GetChildNode(k), *visit.parent);
+
+  if (state.obj) TranslateObject(visit, *state.obj);
+
+  if (visit.attributeOwner && propertyText.Length() > 0 && settings.exportnodeattributes) {
+    MakeAttributeNodes(visit.properties, visit.attributeOwner->id);
+  }
+}
+
+void KVLExp::MakeAnimationGroup(NodeVisit& /*visit*/) {
+  // Sampling the node's motion joins here; until then every node is static.
+}
+
+void KVLExp::MakeGroupIfWanted(NodeVisit& visit) {
+  host::INode* node = visit.node;
+  const std::string name = node->GetName();
+  const bool prefixed = HasPrefix(name, "GR_");
+  // Inside an animation group, the group is made only when the artist asked
+  // for one; otherwise the animation group holds the children itself.
+  const bool animated = visit.wrapped;
+  const bool wanted = prefixed || visit.isSceneRoot || (!animated && node->NumberOfChildren() > 0);
+  if (!wanted) return;
+
+  log_.Log("Creating a group from the node");
+  auto group = std::make_unique<GroupNode>();
+  group->id = visit.wrapped ? AllocateId() : IdForHandle(node->GetHandle());
+  group->name = prefixed ? name.substr(3) : "gr_" + name;
+  HangUnder(*visit.parent, *group);
+  LocalTransform(node, 0, group->transform, table_.settings);
+  GroupNode& made = *group;
+  table_.Insert(std::move(group));
+  visit.parent = &made;
+  visit.attributeOwner = &made;
+  visit.wrapped = true;
+  if (visit.isSceneRoot) {
+    // The new root keeps its place among its parent's children, but has no
+    // parent in the file; the last one made wins.
+    made.parentId = NODE_ID_NONE;
+    rootNode_ = &made;
+  }
+}
+
+void KVLExp::TranslateObject(NodeVisit& visit, host::Object& object) {
+  switch (object.SuperClassID()) {
+    case host::GEOMOBJECT_CLASS_ID:
+      TranslateGeometry(visit, object);
+      break;
+    case host::CAMERA_CLASS_ID:
+      TranslateCamera(visit, static_cast<host::CameraObject&>(object));
+      break;
+    case host::HELPER_CLASS_ID:
+      MakeParticleSystem(visit);
+      break;
+    default:
+      // Lights, shapes and everything else have no translation of their own.
+      break;
+  }
 }
 
 }  // namespace kvl

@@ -116,15 +116,20 @@ TEST_F(ExportTest, WalksTopLevelNodesUnderTheSceneRoot) {
   scene.root.AddChild(std::move(top));
   HostRun run(scene);
   KVLExp exporter;
-  const fs::path out = dir / "tree.kvl";
-  EXPECT_EQ(run.Export(exporter, out), 1);
-  // The walker makes nothing yet, so the root group is the whole file.
-  EXPECT_EQ(ReadFile(out), kRootOnlyFile);
+  EXPECT_EQ(run.Export(exporter, dir / "tree.kvl"), 1);
   ASSERT_NE(exporter.RootNode(), nullptr);
   EXPECT_EQ(exporter.RootNode()->id, 0u);
   EXPECT_EQ(exporter.RootNode()->name, "scene_root");
-  // Handle 0 stands for the root group.
+  // A node with children becomes a group; an empty leaf makes nothing.
+  ASSERT_EQ(exporter.Table().Size(), 2u);
+  const auto& group = As<GroupNode>(*exporter.Table().Find(1));
+  EXPECT_EQ(group.name, "gr_top");
+  EXPECT_EQ(group.parentId, 0u);
+  ASSERT_EQ(exporter.RootNode()->children.size(), 1u);
+  EXPECT_EQ(exporter.RootNode()->children[0], &group);
+  // Handle 0 stands for the root group, handle 1 for the group.
   EXPECT_EQ(exporter.IdForHandle(0), 0u);
+  EXPECT_EQ(exporter.IdForHandle(1), 1u);
 }
 
 TEST_F(ExportTest, WriterFollowsTheLastThreeCharacters) {

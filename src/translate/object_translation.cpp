@@ -1,0 +1,100 @@
+// The nodes of the two object classes that have a translation of their own:
+// geometry objects and cameras.
+#include <cmath>
+
+#include "export/kvl_exp.h"
+#include "translate/coordinates.h"
+#include "translate/node_visit.h"
+
+namespace kvl {
+namespace {
+
+// The view handed to the host whenever a render mesh is asked for.
+host::NullRenderView& TheNullRenderView() {
+  static host::NullRenderView view;
+  return view;
+}
+
+// A camera of the host looks down its -Z axis; the engine's camera is turned
+// by a quarter turn about X. The half angle is the one the format has always
+// used (a hair short of pi/4), so every camera turns by exactly this much.
+void ApplyCameraCorrection(float q[4]) {
+  constexpr double kHalfAngle = 0.7853975296020508;
+  const float s = static_cast<float>(std::sin(kHalfAngle));
+  const float c = static_cast<float>(std::cos(kHalfAngle));
+  const float x = q[0], y = q[1], z = q[2], w = q[3];
+  q[0] = w * s + x * c;
+  q[1] = y * c + z * s;
+  q[2] = z * c - y * s;
+  q[3] = w * c - x * s;
+}
+
+}  // namespace
+
+GeometryNode& KVLExp::MakeGeometryNode(NodeVisit& visit) {
+  auto geometry = std::make_unique<GeometryNode>();
+  geometry->id = visit.wrapped ? AllocateId() : IdForHandle(visit.node->GetHandle());
+  geometry->name = visit.node->GetName();
+  HangUnder(*visit.parent, *geometry);
+  // Inside a wrapper the wrapper carries the transform.
+  if (visit.wrapped) {
+    geometry->transform = PRSTransform::Identity();
+  } else {
+    LocalTransform(visit.node, 0, geometry->transform, table_.settings);
+  }
+  GeometryNode& made = *geometry;
+  table_.Insert(std::move(geometry));
+  if (!visit.attributeOwner) visit.attributeOwner = &made;
+  return made;
+}
+
+void KVLExp::TranslateGeometry(NodeVisit& visit, host::Object& object) {
+  // Geometry without a material makes nothing at all.
+  host::Mtl* material = visit.node->GetMtl();
+  if (!material) return;
+  GeometryNode& geometry = MakeGeometryNode(visit);
+
+  auto mesh = std::make_unique<MeshNode>();
+  mesh->id = AllocateId();
+  mesh->parentId = geometry.id;
+  mesh->name = std::string("mesh_") + visit.node->GetName();
+  geometry.objects.push_back(mesh.get());
+
+  const bool useTriangleInfo = visit.properties.GetInt("notib", 0) == 0;
+  bool needDelete = false;
+  host::Mesh* hostMesh = object.GetRenderMesh(0, visit.node, TheNullRenderView(), needDelete);
+  if (!hostMesh) {
+    // No mesh: the geometry stays, the mesh node goes again so that nothing
+    // points at a record that no table owns. Its id stays used.
+    geometry.objects.pop_back();
+    return;
+  }
+  // The key is only used up here, so its line does not become an attribute.
+  visit.properties.GetInt("morph", 0);
+  ExtractMesh(visit.node, *hostMesh, *mesh, useTriangleInfo, false);
+  table_.Insert(std::move(mesh));
+  if (needDelete) delete hostMesh;
+}
+
+void KVLExp::TranslateCamera(NodeVisit& visit, host::CameraObject& object) {
+  auto camera = std::make_unique<CameraNode>();
+  camera->id = visit.wrapped ? AllocateId() : IdForHandle(visit.node->GetHandle());
+  camera->name = visit.node->GetName();
+  HangUnder(*visit.parent, *camera);
+  if (visit.wrapped) {
+    camera->transform = PRSTransform::Identity();
+  } else {
+    LocalTransform(visit.node, 0, camera->transform, table_.settings);
+  }
+  if (!visit.attributeOwner) visit.attributeOwner = camera.get();
+  ApplyCameraCorrection(camera->transform.rotation);
+
+  host::Interval valid(0, 0);
+  camera->fov = object.GetFOV(0, valid);
+  camera->nearClip = object.GetClipDist(0, host::CAM_HITHER_CLIP, valid) * table_.settings.scale;
+  camera->farClip = object.GetClipDist(0, host::CAM_YON_CLIP, valid) * table_.settings.scale;
+  camera->targetId = NODE_ID_NONE;
+  table_.Insert(std::move(camera));
+}
+
+}  // namespace kvl
