@@ -1,5 +1,6 @@
 #include "cli/export_command.h"
 
+#include <cctype>
 #include <filesystem>
 #include <memory>
 #include <ostream>
@@ -7,11 +8,10 @@
 
 #include "cli/exit_codes.h"
 #include "cli/progress_bar.h"
-#include "export/class_desc.h"
+#include "cli/plugin_library.h"
 #include "host/host_files.h"
 #include "host/memory_scene.h"
 #include "host/message_box.h"
-#include "output/scene_writer.h"
 #include "sources/json_scene.h"
 
 namespace kvl::cli {
@@ -55,10 +55,16 @@ std::string WhyNotWritable(const std::string& path) {
   return "it could not be opened for writing";
 }
 
-std::unique_ptr<host::SceneExport> CreateExporter() {
-  host::ClassDesc2* desc = LibClassDesc(0);
-  if (!desc) return nullptr;
-  return std::unique_ptr<host::SceneExport>(static_cast<host::SceneExport*>(desc->Create(false)));
+// The host offers an exporter for the file types it names; like the
+// exporter, it looks at the last three characters of the name only.
+bool ExporterTakes(host::SceneExport& exporter, const std::string& path) {
+  if (path.size() < 3) return false;
+  std::string ending = path.substr(path.size() - 3);
+  for (char& c : ending) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  for (int i = 0; i < exporter.ExtCount(); ++i) {
+    if (ending == exporter.Ext(i)) return true;
+  }
+  return false;
 }
 
 // Everything the host installs around one call into the plug-in, and takes
@@ -117,12 +123,20 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
     return EXIT_FAILED;
   }
 
-  std::unique_ptr<host::SceneExport> exporter = CreateExporter();
+  const std::string pluginPath = request.pluginPath.empty() ? DefaultPluginPath() : request.pluginPath;
+  std::string pluginError;
+  std::unique_ptr<PluginLibrary> plugin = PluginLibrary::Load(pluginPath, pluginError);
+  if (!plugin) {
+    err << "kvlexp: exporter plug-in " << pluginPath << ": " << pluginError << "\n";
+    return EXIT_FAILED;
+  }
+  std::unique_ptr<host::SceneExport> exporter = plugin->CreateExporter();
   if (!exporter) {
-    err << "kvlexp: the exporter could not be created\n";
+    err << "kvlexp: exporter plug-in " << pluginPath << ": it could not create the exporter\n";
     return EXIT_FAILED;
   }
 
+  const bool knownType = ExporterTakes(*exporter, request.outputPath);
   const OutputProbe probe = ProbeOutput(request.outputPath);
   bool dialogEndedWithCancel = false;
   bool dialogRefused = false;
@@ -133,13 +147,13 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
     dialogEndedWithCancel = session.Toolkit().Cancelled() || session.Toolkit().Refused();
     dialogRefused = session.Toolkit().Refused();
   }
+  exporter.reset();  // the plug-in's code, so before the library goes
 
   if (dialogEndedWithCancel) {
     if (!dialogRefused) err << "kvlexp: export cancelled in the options dialog; nothing was written\n";
     return EXIT_CANCELLED;
   }
-  const OutputKind kind = OutputKindForPath(request.outputPath);
-  if (kind == OutputKind::NONE) {
+  if (!knownType) {
     err << "kvlexp: " << request.outputPath
         << ": unknown output type: the file name must end in KVL (binary scene) or TXT (text dump)\n";
     return EXIT_FAILED;

@@ -16,6 +16,7 @@ struct ExportRequest {
   bool cancel = false;                 // press Cancel instead of OK
   bool showProgress = false;           // draw the progress display on `err`
   std::string driveFolder;             // where the host keeps drive C; empty: none
+  std::string pluginPath;              // the exporter plug-in; empty: beside the program
 };
 
 // Loads the scene, runs the exporter as the host would, and reports what

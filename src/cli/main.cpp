@@ -43,6 +43,8 @@ int main(int argc, char** argv) {
                         "KEY=VALUE: type VALUE into the options dialog's control for setting KEY before OK "
                         "(repeatable; check boxes take 1/0)");
   exportCmd->add_flag("--cancel", request.cancel, "press Cancel in the options dialog");
+  exportCmd->add_option("--plugin", request.pluginPath,
+                        "the exporter plug-in to load (default: Quillstone_MAX5.dle beside kvlexp)");
   exportCmd->add_option("--drive-c", request.driveFolder,
                         "the folder that stands for drive C: (default ~/.kvlexp/c)");
 

@@ -23,16 +23,7 @@ class KVLExpClassDesc : public host::ClassDesc2 {
   host::HINSTANCE HInstance() override { return nullptr; }
 };
 
+// The one class descriptor of the library.
+KVLExpClassDesc& TheClassDesc();
+
 }  // namespace kvl
-
-// Release 5100, API 8, SDK revision 0: the host refuses libraries built for
-// another SDK.
-inline constexpr unsigned long KVL_LIB_VERSION = (5100ul << 16) | (8ul << 8) | 0ul;
-
-extern "C" {
-const char* LibDescription();
-int LibNumberClasses();
-kvl::host::ClassDesc2* LibClassDesc(int i);
-unsigned long LibVersion();
-int CanAutoDefer();
-}

@@ -6,7 +6,7 @@
 #include "host/interface.h"
 #include "optimize/optimize.h"
 #include "output/scene_writer.h"
-#include "settings/dialog_toolkit.h"
+#include "host/dialog_toolkit.h"
 #include "settings/log_dialog.h"
 #include "settings/options_dialog.h"
 

@@ -82,6 +82,10 @@ class KVLExp : public host::SceneExport {
   // materials and textures; the triangle layout keeps per-corner data in
   // triangle info buffers, the vertex layout in the vertices.
   void ExtractMesh(host::INode* node, host::Mesh& mesh, MeshNode& meshNode, bool useTriangleInfo, bool morph);
+  // The id of the material node of a host material, made with its textures
+  // on first use; one node per host material however many meshes use it.
+  uint32_t MaterialNodeId(host::StdMat2& material);
+  uint32_t TranslateMaterial(host::StdMat2& material);
   void MakeAttributeNodes(ConfigStore& properties, uint32_t ownerId);
   void FinishLog();
   void WriteOutput(const std::string& name);

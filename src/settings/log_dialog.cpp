@@ -1,16 +1,9 @@
 #include "settings/log_dialog.h"
 
 #include "settings/dialog_template.h"
-#include "settings/dialog_toolkit.h"
+#include "host/dialog_toolkit.h"
 
 namespace kvl {
-
-namespace {
-DialogToolkit* g_toolkit = nullptr;
-}
-
-DialogToolkit* CurrentDialogToolkit() { return g_toolkit; }
-void SetDialogToolkit(DialogToolkit* toolkit) { g_toolkit = toolkit; }
 
 int LogDialog::DoModal() {
   DialogToolkit* toolkit = CurrentDialogToolkit();

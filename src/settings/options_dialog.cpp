@@ -2,7 +2,7 @@
 
 #include <bit>
 
-#include "settings/dialog_toolkit.h"
+#include "host/dialog_toolkit.h"
 
 namespace kvl {
 namespace {

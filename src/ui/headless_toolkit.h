@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "settings/dialog_toolkit.h"
+#include "host/dialog_toolkit.h"
 
 namespace kvl::ui {
 

@@ -45,6 +45,7 @@ class ExportCommandTest : public ::testing::Test {
     request.edits = std::move(edits);
     request.cancel = cancel;
     request.driveFolder = (dir / "c").string();
+    request.pluginPath = KVL_PLUGIN_PATH;
     return RunExport(request, out, err);
   }
 
@@ -147,6 +148,23 @@ TEST_F(ExportCommandTest, EditsGoThroughTheOptionsDialog) {
   const std::string settings((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   EXPECT_NE(settings.find("\nsamplerate = 4\n"), std::string::npos) << settings;
   EXPECT_EQ(out.str().rfind("Initializing export\r\n", 0), 0u) << out.str();
+}
+
+TEST_F(ExportCommandTest, MissingOrWrongPluginIsNamed) {
+  const fs::path scene = WriteScene("empty.json", kEmptyScene);
+  ExportRequest request;
+  request.scenePath = scene.string();
+  request.outputPath = (dir / "out.kvl").string();
+  request.pluginPath = (dir / "nowhere.dle").string();
+  EXPECT_EQ(RunExport(request, out, err), EXIT_FAILED);
+  EXPECT_NE(Message().find("nowhere.dle: no such file"), std::string::npos) << err.str();
+  // A file that is no library at all.
+  std::ofstream(dir / "fake.dle") << "not a library";
+  request.pluginPath = (dir / "fake.dle").string();
+  err.str("");
+  EXPECT_EQ(RunExport(request, out, err), EXIT_FAILED);
+  EXPECT_NE(Message().find("cannot load it"), std::string::npos) << err.str();
+  EXPECT_FALSE(fs::exists(dir / "out.kvl"));
 }
 
 TEST_F(ExportCommandTest, DemoSceneExports) {

@@ -10,12 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "export/class_desc.h"
 #include "export/kvl_exp.h"
 #include "host/host_files.h"
 #include "host/memory_scene.h"
 #include "settings/dialog_template.h"
-#include "settings/dialog_toolkit.h"
+#include "host/dialog_toolkit.h"
 #include "settings/log_dialog.h"
 #include "ui/headless_toolkit.h"
 
@@ -229,21 +228,6 @@ TEST(KVLExpNames, ResolveNamesFillsSpringsAndConstructionColliders) {
   EXPECT_EQ(first.constructionStartId, 4u);
   EXPECT_EQ(second.constructionStartId, 4u);
   EXPECT_EQ(other.constructionStartId, 99u);  // only type 4 is resolved
-}
-
-TEST(PluginEntry, CreatesTheExporterThroughTheClassDescriptor) {
-  EXPECT_STREQ(LibDescription(), "Kelvane MAX Exporter");
-  EXPECT_EQ(LibNumberClasses(), 1);
-  EXPECT_EQ(LibVersion(), 0x13EC0800ul);
-  EXPECT_EQ(LibClassDesc(1), nullptr);
-  EXPECT_EQ(LibClassDesc(-1), nullptr);
-  host::ClassDesc2* desc = LibClassDesc(0);
-  ASSERT_NE(desc, nullptr);
-  std::unique_ptr<host::SceneExport> exporter(static_cast<host::SceneExport*>(desc->Create(false)));
-  ASSERT_NE(exporter, nullptr);
-  EXPECT_STREQ(exporter->Ext(0), "KVL");
-  EXPECT_STREQ(exporter->Ext(1), "TXT");
-  EXPECT_STREQ(exporter->Ext(-1), "TXT");
 }
 
 }  // namespace

@@ -16,7 +16,7 @@
 #include "export/kvl_exp.h"
 #include "host/host_files.h"
 #include "host/memory_scene.h"
-#include "settings/dialog_toolkit.h"
+#include "host/dialog_toolkit.h"
 #include "sources/json_scene.h"
 #include "ui/headless_toolkit.h"
 

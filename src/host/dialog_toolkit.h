@@ -1,5 +1,6 @@
 // The dialogs know no toolkit: the host installs one, and DoModal hands the
-// dialog model to it. The toolkit is entered for the length of an export
+// dialog model to it. The registry lives with the host, so a plug-in loaded
+// at run time sees the toolkit its host installed. The toolkit is entered for the length of an export
 // (the plug-in's module state and application object map onto that).
 #pragma once
 
