@@ -1,6 +1,10 @@
 // The walk over the host's node tree. For each host node the steps run in a
 // fixed order, and since ids are handed out as nodes are made, that order
 // is also the order of the file: a node's children come before its object.
+#include <optional>
+
+#include "anim/sample_reduction.h"
+#include "anim/transform_sampling.h"
 #include "export/kvl_exp.h"
 #include "translate/coordinates.h"
 #include "translate/node_visit.h"
@@ -39,8 +43,42 @@ void KVLExp::ParseNode(host::INode* node, GroupNode& parent) {
   }
 }
 
-void KVLExp::MakeAnimationGroup(NodeVisit& /*visit*/) {
-  // Sampling the node's motion joins here; until then every node is static.
+void KVLExp::MakeAnimationGroup(NodeVisit& visit) {
+  const ExportSettings& settings = table_.settings;
+  const SampleGrid grid = MakeSampleGrid(animStart_, animEnd_, ticksPerFrame_, settings.samplerate);
+  std::optional<PRSSequence> sequence = SampleTransform(visit.node, grid, settings);
+  // A controller alone does not make a node animated: it must really move.
+  if (!sequence) return;
+  TrimSequence(*sequence);
+
+  // Both kinds of animation group stand where a group would, with the host
+  // node's id and its transform at tick 0; channels that do not change are
+  // taken from that transform.
+  auto place = [&](GroupNode& group) {
+    group.id = IdForHandle(visit.node->GetHandle());
+    group.customType = CUSTOM_TYPE_GROUP;
+    group.name = std::string("anim_") + visit.node->GetName();
+    HangUnder(*visit.parent, group);
+    LocalTransform(visit.node, 0, group.transform, settings);
+  };
+  GroupNode* made = nullptr;
+  if (settings.enableadaptivesampling) {
+    auto group = std::make_unique<PRSKeyAnimationGroup>();
+    group->keySequences.push_back(MakeKeySequence(*sequence, settings));
+    place(*group);
+    made = group.get();
+    table_.Insert(std::move(group));
+  } else {
+    auto group = std::make_unique<PRSAnimationGroup>();
+    group->sequences.push_back(std::move(*sequence));
+    place(*group);
+    made = group.get();
+    table_.Insert(std::move(group));
+  }
+  log_.Log("Node is animated, creating a PRSAnimationGroup");
+  visit.parent = made;
+  visit.attributeOwner = made;
+  visit.wrapped = true;
 }
 
 void KVLExp::MakeGroupIfWanted(NodeVisit& visit) {
