@@ -27,6 +27,12 @@ class NodeTable {
   bool InsertNode(NodePtr record);
 
   SceneNode* Find(uint32_t id) const;
+  // The record with `id` if it is of `type`, else null.
+  template <class T>
+  T* FindAs(uint32_t id, NodeType type) const {
+    SceneNode* node = Find(id);
+    return node && node->type == type ? &As<T>(*node) : nullptr;
+  }
   size_t Size() const { return nodes_.size(); }
 
   // Ascending id order; every pass and both writers iterate this way.
