@@ -15,15 +15,6 @@ namespace {
 
 using namespace test;
 
-std::vector<uint8_t> Encoded(const SceneNode& node) {
-  std::unique_ptr<Chunk> chunk = EncodeNode(node);
-  if (!chunk) {
-    ADD_FAILURE() << "no chunk for node type " << node.type;
-    return {};
-  }
-  return chunk->Bytes();
-}
-
 // A vertex with every attribute filled, including the fields that only the
 // comparison of vertices uses and the file must leave out.
 Vertex FullVertex(float x, float y, float z, uint32_t color, float u, float v) {

@@ -20,6 +20,8 @@
 
 #include <gtest/gtest.h>
 
+#include "output/binary_writer.h"
+
 namespace kvl::test {
 
 // Bit patterns of the floats used in the tests.
@@ -124,6 +126,16 @@ inline std::vector<uint8_t> ReadAll(std::FILE* file) {
   std::rewind(file);
   for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file)) bytes.push_back(static_cast<uint8_t>(c));
   return bytes;
+}
+
+// The whole chunk (header and payload) that the writer makes for `node`.
+inline std::vector<uint8_t> Encoded(const SceneNode& node) {
+  std::unique_ptr<Chunk> chunk = EncodeNode(node);
+  if (!chunk) {
+    ADD_FAILURE() << "no chunk for node type " << node.type;
+    return {};
+  }
+  return chunk->Bytes();
 }
 
 }  // namespace kvl::test

@@ -16,15 +16,6 @@ namespace {
 
 using namespace test;
 
-std::vector<uint8_t> Encoded(const SceneNode& node) {
-  std::unique_ptr<Chunk> chunk = EncodeNode(node);
-  if (!chunk) {
-    ADD_FAILURE() << "no chunk for node type " << node.type;
-    return {};
-  }
-  return chunk->Bytes();
-}
-
 // A transform whose ten floats all differ, so that a swapped or missing
 // component shows in the bytes.
 PRSTransform DistinctTransform() {
