@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "anim/transform_sampling.h"
+#include "anim/vertex_animation.h"
 #include "export/kvl_exp.h"
 #include "host/mesh.h"
 #include "scene/vertex_list.h"
@@ -46,7 +48,6 @@ struct Extraction {
   float scale;
   int corners[3] = {0, 1, 2};
   Channel texture, color, alpha;
-  bool useTriangleInfo = true;
   bool bakeColor = false;
   uint32_t vertexFlags = 0;
 };
@@ -58,7 +59,7 @@ struct GroupMaterial {
 };
 
 struct FaceGroup {
-  int slot = 0;               // sub-material slot; 0 for a plain material
+  int slot = -1;              // sub-material slot; -1 for a plain material
   host::Mtl* material = nullptr;
   std::vector<int> faces;     // ascending
 };
@@ -201,14 +202,11 @@ void WarnAboutFileLimits(ExportLog& log, const NodeTable& table, const MeshNode&
 
 }  // namespace
 
-// The vertex animation that `morph` asks for has no place here yet: the
-// vertex buffer keeps its one list.
 void KVLExp::ExtractMesh(host::INode* node, host::Mesh& mesh, MeshNode& meshNode, bool useTriangleInfo,
-                         bool /*morph*/) {
+                         bool morph) {
   const int faceCount = mesh.getNumFaces();
   mesh.buildNormals();
   Extraction x(mesh, MeshBakeMatrix(node, table_.settings), table_.settings.scale);
-  x.useTriangleInfo = useTriangleInfo;
   host::Mtl* nodeMaterial = node->GetMtl();
 
   auto buffer = std::make_unique<VertexBufferNode>();
@@ -233,9 +231,9 @@ void KVLExp::ExtractMesh(host::INode* node, host::Mesh& mesh, MeshNode& meshNode
     auto* material = dynamic_cast<host::StdMat2*>(group.material);
     if (!material) {
       // Nothing to draw these faces with; the rest of the mesh still goes.
-      const std::string what = group.material ? std::string("material \"") + group.material->GetName() +
-                                                    "\" of sub-material slot " + std::to_string(group.slot) +
-                                                    " is not a standard material"
+      const std::string slot = group.slot < 0 ? "" : " of sub-material slot " + std::to_string(group.slot);
+      const std::string what = group.material ? std::string("material \"") + group.material->GetName() + "\"" +
+                                                    slot + " is not a standard material"
                                               : "sub-material slot " + std::to_string(group.slot) + " is empty";
       log_.Log(meshNode.name + ": " + what + "; its " + std::to_string(group.faces.size()) +
                    " faces are left out",
@@ -281,6 +279,12 @@ void KVLExp::ExtractMesh(host::INode* node, host::Mesh& mesh, MeshNode& meshNode
   }
 
   NormalizeNormals(list);
+  // Vertex animation rebuilds the buffer as one list per frame of the grid.
+  if (morph) {
+    AnimateVertices(node, *buffer, x.bakeMatrix,
+                    MakeSampleGrid(animStart_, animEnd_, ticksPerFrame_, table_.settings.samplerate),
+                    table_.settings, log_);
+  }
   table_.Insert(std::move(buffer));
   WarnAboutFileLimits(log_, table_, meshNode);
 }

@@ -5,15 +5,10 @@
 #include "export/kvl_exp.h"
 #include "translate/coordinates.h"
 #include "translate/node_visit.h"
+#include "translate/render_view.h"
 
 namespace kvl {
 namespace {
-
-// The view handed to the host whenever a render mesh is asked for.
-host::NullRenderView& TheNullRenderView() {
-  static host::NullRenderView view;
-  return view;
-}
 
 // A camera of the host looks down its -Z axis; the engine's camera is turned
 // by a quarter turn about X. The half angle is the one the format has always
@@ -62,7 +57,7 @@ void KVLExp::TranslateGeometry(NodeVisit& visit, host::Object& object) {
 
   const bool useTriangleInfo = visit.properties.GetInt("notib", 0) == 0;
   bool needDelete = false;
-  host::Mesh* hostMesh = object.GetRenderMesh(0, visit.node, TheNullRenderView(), needDelete);
+  host::Mesh* hostMesh = object.GetRenderMesh(0, visit.node, ExporterRenderView(), needDelete);
   if (!hostMesh) {
     // No mesh: the geometry stays, the mesh node goes again so that nothing
     // points at a record that no table owns. Its id stays used.
