@@ -8,6 +8,7 @@ enum ExitCode : int {
   EXIT_FAILED = 1,     // the scene could not be loaded, or no output file was written
   EXIT_USAGE = 2,      // the command line itself was wrong, or a --set the dialog cannot take
   EXIT_CANCELLED = 3,  // the options dialog ended with Cancel (--cancel, or a value it refused)
+  EXIT_UNREADABLE = 2,  // inspect, validate: the file could not be opened or read at all
 };
 
 }  // namespace kvl::cli

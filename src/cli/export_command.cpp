@@ -8,11 +8,13 @@
 
 #include "cli/exit_codes.h"
 #include "cli/progress_bar.h"
+#include "cli/validate_command.h"
 #include "cli/plugin_library.h"
 #include "host/host_files.h"
 #include "host/memory_scene.h"
 #include "host/message_box.h"
-#include "sources/json_scene.h"
+#include "settings/dialog_template.h"
+#include "sources/scene_source.h"
 
 namespace kvl::cli {
 namespace {
@@ -67,6 +69,29 @@ bool ExporterTakes(host::SceneExport& exporter, const std::string& path) {
   return false;
 }
 
+bool EndsInKvl(const std::string& path) {
+  if (path.size() < 3) return false;
+  std::string ending = path.substr(path.size() - 3);
+  for (char& c : ending) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return ending == "KVL";
+}
+
+// Hands the dialogs on to the toolkit that shows them, and notes how the
+// options dialog ended: Cancel leaves no output file, and that is no failure.
+class EndCodeRecorder : public DialogToolkit {
+ public:
+  explicit EndCodeRecorder(DialogToolkit& shown) : shown_(shown) {}
+  void Enter() override { shown_.Enter(); }
+  void Leave() override { shown_.Leave(); }
+  int RunOptions(OptionsDialog& dialog) override { return optionsEnd_ = shown_.RunOptions(dialog); }
+  int RunLog(LogDialog& dialog) override { return shown_.RunLog(dialog); }
+  bool OptionsCancelled() const { return optionsEnd_ == IDCANCEL; }
+
+ private:
+  DialogToolkit& shown_;
+  int optionsEnd_ = 0;
+};
+
 // Everything the host installs around one call into the plug-in, and takes
 // away again afterwards.
 class HostSession {
@@ -74,13 +99,14 @@ class HostSession {
   HostSession(const ExportRequest& request, host::MemoryScene& scene, std::ostream& out, std::ostream& err)
       : progress_(err),
         core_(scene, request.showProgress ? &progress_ : nullptr),
-        toolkit_(request.edits, request.cancel, out, err) {
+        toolkit_(request.edits, request.cancel, out, err),
+        recorder_(request.dialogs ? *request.dialogs : static_cast<DialogToolkit&>(toolkit_)) {
     host::SetCOREInterface(&core_);
     host::SetDriveFolder('c', request.driveFolder);
     host::SetMessageBoxHandler([&err](const std::string& text, const std::string& caption) {
       err << "kvlexp: " << caption << ": " << text << "\n";
     });
-    SetDialogToolkit(&toolkit_);
+    SetDialogToolkit(&recorder_);
   }
   ~HostSession() {
     SetDialogToolkit(nullptr);
@@ -90,11 +116,13 @@ class HostSession {
   }
   host::Interface& Core() { return core_; }
   const ui::HeadlessToolkit& Toolkit() const { return toolkit_; }
+  bool OptionsCancelled() const { return recorder_.OptionsCancelled(); }
 
  private:
   TerminalProgress progress_;
   host::MemoryInterface core_;
   ui::HeadlessToolkit toolkit_;
+  EndCodeRecorder recorder_;
 };
 
 }  // namespace
@@ -117,11 +145,24 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
     }
   }
 
-  sources::SceneLoadResult loaded = sources::LoadJsonSceneFile(request.scenePath);
+  // Only the binary file can be read back; refused before anything happens.
+  if (request.verify && !EndsInKvl(request.outputPath)) {
+    err << "kvlexp: --verify: " << request.outputPath
+        << ": only a KVL file can be read back and checked; the text dump cannot\n";
+    return EXIT_USAGE;
+  }
+
+  sources::SourceOptions sourceOptions;
+  sourceOptions.animation = request.animation;
+  // Textures that the scene file carries inside it go beside the output.
+  const fs::path outputFolder = fs::path(request.outputPath).parent_path();
+  sourceOptions.textureFolder = outputFolder.empty() ? "." : outputFolder.string();
+  sources::SceneLoadResult loaded = sources::LoadSceneFile(request.scenePath, sourceOptions);
   if (!loaded.scene) {
     err << "kvlexp: " << request.scenePath << ": " << loaded.error << "\n";
     return EXIT_FAILED;
   }
+  for (const std::string& note : loaded.notes) err << "kvlexp: " << request.scenePath << ": note: " << note << "\n";
 
   const std::string pluginPath = request.pluginPath.empty() ? DefaultPluginPath() : request.pluginPath;
   std::string pluginError;
@@ -144,7 +185,7 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
     HostSession session(request, *loaded.scene, out, err);
     host::ExpInterface expInterface;
     exporter->DoExport(request.outputPath.c_str(), &expInterface, &session.Core(), false, 0);
-    dialogEndedWithCancel = session.Toolkit().Cancelled() || session.Toolkit().Refused();
+    dialogEndedWithCancel = session.OptionsCancelled();
     dialogRefused = session.Toolkit().Refused();
   }
   exporter.reset();  // the plug-in's code, so before the library goes
@@ -161,6 +202,13 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
   if (!WasWritten(request.outputPath, probe)) {
     err << "kvlexp: " << request.outputPath << ": cannot write the output file: "
         << WhyNotWritable(request.outputPath) << "\n";
+    return EXIT_FAILED;
+  }
+  // The broken file is left in place so that inspect and validate can show
+  // what went wrong; the exit status says it is not to be used.
+  if (request.verify && !VerifyWrittenFile(request.outputPath, err)) {
+    err << "kvlexp: " << request.outputPath
+        << ": --verify: the written file is not valid; it was left in place for inspection\n";
     return EXIT_FAILED;
   }
   return EXIT_OK;

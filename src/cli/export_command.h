@@ -17,6 +17,9 @@ struct ExportRequest {
   bool showProgress = false;           // draw the progress display on `err`
   std::string driveFolder;             // where the host keeps drive C; empty: none
   std::string pluginPath;              // the exporter plug-in; empty: beside the program
+  bool verify = false;                 // read a written KVL file back and validate it
+  std::string animation;               // the file's animation to export, by name or index; empty: the first
+  DialogToolkit* dialogs = nullptr;    // shows the dialogs on a window, ignoring edits and cancel; null: none
 };
 
 // Loads the scene, runs the exporter as the host would, and reports what

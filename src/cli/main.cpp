@@ -8,6 +8,11 @@
 
 #include "cli/exit_codes.h"
 #include "cli/export_command.h"
+#include "cli/info_command.h"
+#include "cli/inspect_command.h"
+#include "cli/validate_command.h"
+#include "ui/fltk_display.h"
+#include "ui/fltk_toolkit.h"
 
 #ifndef KVL_VERSION
 #define KVL_VERSION "unknown"
@@ -34,8 +39,11 @@ int main(int argc, char** argv) {
   kvl::cli::ExportRequest request;
   std::vector<std::string> sets;
   request.driveFolder = DefaultDriveFolder();
-  CLI::App* exportCmd = app.add_subcommand("export", "Export SCENE (a JSON scene description) to OUTPUT");
-  exportCmd->add_option("SCENE", request.scenePath, "the scene to export (.json)")->required();
+  CLI::App* exportCmd =
+      app.add_subcommand("export", "Export SCENE (a JSON scene description, or any file Assimp reads) to OUTPUT");
+  exportCmd->add_option("SCENE", request.scenePath,
+                        "the scene to export (.json, or .gltf, .glb, .fbx, .dae, .obj, .3ds, .ase, .ply, .stl, .x, ...)")
+      ->required();
   exportCmd->add_option("OUTPUT", request.outputPath,
                         "the file to write; a name ending in KVL gives the binary scene file, TXT the text dump")
       ->required();
@@ -47,6 +55,31 @@ int main(int argc, char** argv) {
                         "the exporter plug-in to load (default: Quillstone_MAX5.dle beside kvlexp)");
   exportCmd->add_option("--drive-c", request.driveFolder,
                         "the folder that stands for drive C: (default ~/.kvlexp/c)");
+  exportCmd->add_option("--animation", request.animation,
+                        "NAME|INDEX: the animation of a glTF, FBX, Collada... file to export (default: the first)");
+  exportCmd->add_flag("--verify", request.verify,
+                      "read the written KVL file back and validate it; errors give a non-zero exit");
+  bool gui = false;
+  exportCmd->add_flag("--gui", gui, "show the options and log dialogs on a window (needs a display)");
+
+  kvl::cli::InfoRequest info;
+  CLI::App* infoCmd = app.add_subcommand("info", "Show what the host holds of SCENE: node tree, cameras, lights, "
+                                                 "animation, totals; to check an import before exporting");
+  infoCmd->add_option("SCENE", info.scenePath, "the scene to read (as for export)")->required();
+  infoCmd->add_option("--animation", info.animation, "NAME|INDEX: the animation to key the nodes with");
+
+  kvl::cli::InspectRequest inspect;
+  CLI::App* inspectCmd = app.add_subcommand("inspect", "Summarise a KVL file: hierarchy, meshes, materials, "
+                                                       "textures, animations, totals");
+  inspectCmd->add_option("FILE", inspect.path, "the KVL file to read")->required();
+  inspectCmd->add_flag("--chunks", inspect.chunks, "list every chunk (offset, type, version, id, size) instead");
+  inspectCmd->add_flag("--json", inspect.json, "print one JSON document instead of text");
+
+  kvl::cli::ValidateRequest validate;
+  CLI::App* validateCmd = app.add_subcommand(
+      "validate", "Check a KVL file and list every problem; exit 0 valid, 1 errors, 2 unreadable");
+  validateCmd->add_option("FILE", validate.path, "the KVL file to check")->required();
+  validateCmd->add_flag("--json", validate.json, "print the report as one JSON document");
 
   try {
     app.parse(argc, argv);
@@ -54,7 +87,24 @@ int main(int argc, char** argv) {
     const int code = app.exit(e);
     return code == 0 ? kvl::cli::EXIT_OK : kvl::cli::EXIT_USAGE;
   }
+  if (*infoCmd) return kvl::cli::RunInfo(info, std::cout, std::cerr);
+  if (*inspectCmd) return kvl::cli::RunInspect(inspect, std::cout, std::cerr);
+  if (*validateCmd) return kvl::cli::RunValidate(validate, std::cout, std::cerr);
   if (!*exportCmd) return kvl::cli::EXIT_USAGE;
+
+  kvl::ui::FltkToolkit windowDialogs;
+  if (gui) {
+    if (!sets.empty() || request.cancel) {
+      std::cerr << "kvlexp: --gui cannot be combined with --set or --cancel: make the changes in the dialog\n";
+      return kvl::cli::EXIT_USAGE;
+    }
+    const std::string why = kvl::ui::OpenDisplay();
+    if (!why.empty()) {
+      std::cerr << "kvlexp: --gui needs a display: " << why << " (without --gui the dialogs need none)\n";
+      return kvl::cli::EXIT_FAILED;
+    }
+    request.dialogs = &windowDialogs;
+  }
 
   for (const std::string& text : sets) {
     kvl::ui::ControlEdit edit;

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/memory_scene.h"
 
@@ -14,6 +15,9 @@ namespace kvl::sources {
 struct SceneLoadResult {
   std::unique_ptr<host::MemoryScene> scene;  // null when the document was refused
   std::string error;                          // "PATH: problem", empty on success
+  // What the source changed or left out on the way, one line each, for the
+  // user to read; the scene is still loaded.
+  std::vector<std::string> notes;
 };
 
 SceneLoadResult LoadJsonScene(std::string_view text);

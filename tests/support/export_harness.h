@@ -74,6 +74,28 @@ class ExportHarness {
     return "";
   }
 
+  // Exports a scene that was loaded already (from any source), as Export
+  // does; `scene` stays alive with the harness.
+  void ExportScene(std::unique_ptr<host::MemoryScene> scene, const std::string& settingsIni = "",
+                   const std::string& outputName = "out.kvl") {
+    if (!settingsIni.empty()) std::ofstream(folder_ / "kvlexp.ini", std::ios::binary) << settingsIni;
+    scene_ = std::move(scene);
+    host::MemoryInterface core(*scene_, &progress);
+    std::ostringstream logShown, errors;
+    ui::HeadlessToolkit toolkit({}, false, logShown, errors);
+    host::SetCOREInterface(&core);
+    SetDialogToolkit(&toolkit);
+    host::ExpInterface ei;
+    exporter.DoExport(outputName.c_str(), &ei, &core, false, 0);
+    SetDialogToolkit(nullptr);
+    host::SetCOREInterface(nullptr);
+    std::ifstream in(folder_ / outputName, std::ios::binary);
+    file.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  }
+
+  // The folder the output is written to.
+  const std::filesystem::path& Folder() const { return folder_; }
+
   // The record with `id`, as its type; fails the test if it is missing.
   template <class T>
   const T& Node(uint32_t id) const {

@@ -1,0 +1,95 @@
+#include "sources/assimp_import.h"
+
+#include <assimp/Importer.hpp>
+#include <assimp/config.h>
+#include <assimp/postprocess.h>
+#include <assimp/scene.h>
+
+#include <filesystem>
+#include <new>
+
+#include "sources/assimp_animation.h"
+#include "sources/assimp_build.h"
+#include "sources/assimp_materials.h"
+#include "sources/assimp_nodes.h"
+#include "sources/assimp_objects.h"
+#include "sources/assimp_validation.h"
+
+namespace kvl::sources {
+namespace {
+
+// Files without normals get them from Assimp, smooth up to this angle, so
+// that their smoothing groups follow the shape.
+constexpr float kSmoothingAngleDegrees = 80.0f;
+
+void Configure(Assimp::Importer& importer) {
+  importer.SetPropertyFloat(AI_CONFIG_PP_GSN_MAX_SMOOTHING_ANGLE, kSmoothingAngleDegrees);
+  // Pivots go into the node's transform where Assimp can do it; the helper
+  // nodes it still makes are folded by the node builder.
+  importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
+  // Collada nodes by the names the user gave them, not their ids.
+  importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_USE_COLLADA_NAMES, true);
+  // A file of bones without meshes stays without meshes.
+  importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
+}
+
+}  // namespace
+
+unsigned AssimpPostProcessSteps() {
+  return aiProcess_Triangulate | aiProcess_GenSmoothNormals | aiProcess_GenUVCoords | aiProcess_TransformUVCoords;
+}
+
+SceneLoadResult ConvertAssimpScene(const aiScene& ai, const std::string& path, const SourceOptions& options) {
+  SceneLoadResult result;
+  auto scene = std::make_unique<host::MemoryScene>();
+  AssimpBuild build(ai, *scene, options, path);
+  try {
+    ValidateAssimpScene(build);
+    ChooseAnimation(ai, options.animation);  // a wrong choice is refused before anything is written
+    BuildMaterials(build);
+    std::vector<std::pair<host::MemoryNode*, NodeOrigin>> origins;
+    BuildNodes(build, origins);
+    BuildCamerasAndLights(build, origins);
+    BuildAnimation(build, origins);
+    ApplyFrames(origins);
+    AssignHandles(scene->root);
+  } catch (const AssimpRefusal& refusal) {
+    result.error = refusal.message;
+  } catch (const std::bad_alloc&) {
+    result.error = "too large to load (out of memory)";
+  }
+  if (result.error.empty()) result.scene = std::move(scene);
+  result.notes = std::move(build.notes);
+  return result;
+}
+
+SceneLoadResult LoadAssimpSceneFile(const std::string& path, const SourceOptions& options) {
+  SceneLoadResult result;
+  std::error_code ec;
+  if (std::filesystem::is_directory(path, ec)) {
+    result.error = "cannot import: it is a folder, not a file";
+    return result;
+  }
+  Assimp::Importer importer;
+  Configure(importer);
+  const aiScene* ai = nullptr;
+  try {
+    ai = importer.ReadFile(path, AssimpPostProcessSteps());
+  } catch (const std::bad_alloc&) {
+    result.error = "cannot import: too large to load (out of memory)";
+    return result;
+  }
+  if (!ai) {
+    std::string reason = importer.GetErrorString();
+    while (!reason.empty() && (reason.back() == '\n' || reason.back() == '\r')) reason.pop_back();
+    result.error = "cannot import: " + (reason.empty() ? std::string("Assimp gave no reason") : reason);
+    return result;
+  }
+  if ((ai->mFlags & AI_SCENE_FLAGS_INCOMPLETE) || !ai->mRootNode) {
+    result.error = "cannot import: the file holds no complete scene (Assimp marks it incomplete)";
+    return result;
+  }
+  return ConvertAssimpScene(*ai, path, options);
+}
+
+}  // namespace kvl::sources

@@ -1,0 +1,21 @@
+// Smoothing groups that make the host's own vertex normals point the way the
+// file's normals do. Faces that meet at a vertex with the same normal there
+// share a group; where the normals differ (a hard edge) the groups differ.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "host/point3.h"
+
+namespace kvl::sources {
+
+// `corners` holds three vertex indices per face and `normals` the normal of
+// each of those corners (any length; a non-finite or zero one is hard on
+// every side). Gives one smoothing word per face: a single bit wherever the
+// 32 groups suffice, which they do unless a vertex is shared by more than
+// 32 separately smoothed patches.
+std::vector<uint32_t> SmoothingGroupsFromNormals(const std::vector<uint32_t>& corners, size_t vertexCount,
+                                                 const std::vector<host::Point3>& normals);
+
+}  // namespace kvl::sources

@@ -1,0 +1,15 @@
+// What Assimp hands over, checked against what the host holds before
+// anything is built. Breaks that would lose or garble the scene refuse it
+// with a message naming the node or mesh; parts a user can do without are
+// left out with a note. docs/scene-sources.md lists each decision.
+#pragma once
+
+#include "sources/assimp_build.h"
+
+namespace kvl::sources {
+
+// Refuses (throws AssimpRefusal), or notes the parts that the builders
+// will pass over.
+void ValidateAssimpScene(AssimpBuild& build);
+
+}  // namespace kvl::sources
