@@ -1,10 +1,12 @@
 // One export from entry to return. The order of the steps is fixed: ids are
 // handed out in walk order, and the file follows the ids.
+#include <chrono>
 #include <clocale>
 
 #include "export/kvl_exp.h"
 #include "host/interface.h"
 #include "optimize/optimize.h"
+#include "optimize/split_meshes.h"
 #include "output/scene_writer.h"
 #include "host/dialog_toolkit.h"
 #include "settings/log_dialog.h"
@@ -19,13 +21,32 @@ unsigned long NoProgressWork(void*) { return 0; }
 
 }  // namespace
 
+namespace {
+
+// Reports the time since the last lap to the host, phase by phase.
+class PhaseClock {
+ public:
+  explicit PhaseClock(host::ExpInterface& host) : host_(host), last_(std::chrono::steady_clock::now()) {}
+  void Lap(const char* phase) {
+    const auto now = std::chrono::steady_clock::now();
+    host_.ReportPhase(phase, std::chrono::duration<double>(now - last_).count());
+    last_ = now;
+  }
+
+ private:
+  host::ExpInterface& host_;
+  std::chrono::steady_clock::time_point last_;
+};
+
+}  // namespace
+
 uint32_t KVLExp::IdForHandle(uint32_t handle) {
   auto [it, inserted] = hostNodeIds_.try_emplace(handle, 0);
   if (inserted) it->second = AllocateId();
   return it->second;
 }
 
-int KVLExp::DoExport(const char* name, host::ExpInterface* /*ei*/, host::Interface* i,
+int KVLExp::DoExport(const char* name, host::ExpInterface* ei, host::Interface* i,
                      bool /*suppressPrompts*/, uint32_t /*options*/) {
   // Every number read or written from here on uses a dot as decimal point.
   std::setlocale(LC_ALL, "C");
@@ -35,6 +56,9 @@ int KVLExp::DoExport(const char* name, host::ExpInterface* /*ei*/, host::Interfa
   // The bar stands from here on, also while the options dialog is open.
   if (core) core->ProgressStart("Starting export...", true, NoProgressWork, nullptr);
   nextNodeId_ = 0;
+  host::ExpInterface noPreferences;
+  host::ExpInterface& hostSide = ei ? *ei : noPreferences;
+  splitMeshes_ = hostSide.SplitOversizedMeshes();
 
   if (!ConfirmSettings(name)) {
     // Cancel: no log, no output, and the settings file as it was.
@@ -57,7 +81,9 @@ int KVLExp::DoExport(const char* name, host::ExpInterface* /*ei*/, host::Interfa
 
   log_.progress = 10;
   log_.Log("Parsing nodes");
+  PhaseClock clock(hostSide);
   ParseTopLevelNodes(hostRoot, sceneRoot);
+  clock.Lap("translate");
   log_.progress = 50;
   log_.Log("Node parsing complete");
 
@@ -69,10 +95,15 @@ int KVLExp::DoExport(const char* name, host::ExpInterface* /*ei*/, host::Interfa
     log_.Log("Optimizing output");
     Optimize(table_, *rootNode_);
   }
+  clock.Lap("optimise");
+  if (splitMeshes_) SplitMeshes();
+  clock.Lap("split");
 
   log_.progress = 90;
   log_.Log(std::string("Writing to file ") + name);
   WriteOutput(name);
+  clock.Lap("write");
+  ReportCounts(hostSide);
   // The host learns nothing of a failed write: the export ends the same way.
   log_.progress = 99;
   log_.Log("Export completed successfully");
@@ -118,6 +149,40 @@ void KVLExp::ParseTopLevelNodes(host::INode* hostRoot, GroupNode& sceneRoot) {
 
 void KVLExp::WriteOutput(const std::string& name) {
   if (std::unique_ptr<SceneWriter> writer = MakeWriter(OutputKindForPath(name))) writer->Write(name, table_);
+}
+
+void KVLExp::SplitMeshes() {
+  for (const SplitReport& r : SplitOversizedMeshes(table_, [this] { return AllocateId(); })) {
+    if (r.refused) {
+      log_.Log(r.meshName + ": " + std::to_string(r.triangles) + " triangles need " + std::to_string(r.pieces) +
+                   " pieces, more than the 65535 submeshes a mesh can hold; the mesh is left out",
+               LOG_ERROR);
+    } else {
+      log_.Log("Split " + r.meshName + ": " + std::to_string(r.triangles) + " triangles into " +
+               std::to_string(r.pieces) + " pieces");
+    }
+  }
+}
+
+void KVLExp::ReportCounts(host::ExpInterface& host) const {
+  uint64_t meshes = 0, pieces = 0, triangles = 0, vertices = 0;
+  for (const auto& [id, node] : table_) {
+    if (!table_.ShouldWrite(*node)) continue;
+    if (node->type == NODE_MESH) {
+      ++meshes;
+      pieces += As<MeshNode>(*node).submeshes.size();
+      for (const Submesh& s : As<MeshNode>(*node).submeshes) triangles += s.vertexCount / 3;
+    } else if (node->type == NODE_VERTEX_BUFFER) {
+      const auto& lists = As<VertexBufferNode>(*node).lists;
+      if (!lists.empty()) vertices += lists.front().vertices.size();
+    }
+  }
+  host.ReportCount("nodes", table_.Size());
+  host.ReportCount("meshes", meshes);
+  host.ReportCount("submeshes", pieces);
+  host.ReportCount("triangles", triangles);
+  host.ReportCount("corners", 3 * triangles);
+  host.ReportCount("vertices", vertices);
 }
 
 void KVLExp::FinishLog() {

@@ -88,6 +88,9 @@ class KVLExp : public host::SceneExport {
   uint32_t TranslateMaterial(host::StdMat2& material);
   void MakeAttributeNodes(ConfigStore& properties, uint32_t ownerId);
   void FinishLog();
+  // Splits the meshes the file cannot hold whole, with a log line each.
+  void SplitMeshes();
+  void ReportCounts(host::ExpInterface& host) const;
   void WriteOutput(const std::string& name);
 
   uint32_t nextNodeId_ = 0;
@@ -99,6 +102,7 @@ class KVLExp : public host::SceneExport {
   NodeTable table_;
   ConfigStore settingsStore_{"=", false};
   ExportLog log_;
+  bool splitMeshes_ = true;  // the host's preference for this run
   GroupNode* rootNode_ = nullptr;  // owned by the table; the sceneroot node may replace it
 };
 

@@ -18,11 +18,18 @@ inline constexpr SClass_ID SCENE_EXPORT_CLASS_ID = 0xA20;
 // Flag of DoExport's options: export only the selected nodes.
 inline constexpr uint32_t SCENE_EXPORT_SELECTED = 1;
 
-// What the host hands to an exporter besides the Interface; exporters of
-// this kind never use it.
+// What the host hands to an exporter besides the Interface. The original
+// host gave nothing an exporter of this kind used; this host also carries
+// its preferences for the run and takes the exporter's figures.
 class ExpInterface {
  public:
   virtual ~ExpInterface() = default;
+  // Whether meshes beyond the file's 16-bit fields are split into pieces
+  // (otherwise the fields keep their low 16 bits, with a warning).
+  virtual bool SplitOversizedMeshes() { return true; }
+  // How long a phase of the export took, and what it counted.
+  virtual void ReportPhase(const char* /*name*/, double /*seconds*/) {}
+  virtual void ReportCount(const char* /*name*/, uint64_t /*value*/) {}
 };
 
 class SceneExport {

@@ -286,7 +286,9 @@ void KVLExp::ExtractMesh(host::INode* node, host::Mesh& mesh, MeshNode& meshNode
                     table_.settings, log_);
   }
   table_.Insert(std::move(buffer));
-  WarnAboutFileLimits(log_, table_, meshNode);
+  // Beyond the file's limits a mesh is split before it is written, unless
+  // the host asked for the fields to be cut to 16 bits: then say so.
+  if (!splitMeshes_) WarnAboutFileLimits(log_, table_, meshNode);
 }
 
 }  // namespace kvl

@@ -33,6 +33,15 @@ class RecordedProgress : public host::ProgressDisplay {
   std::vector<std::string> lines;
 };
 
+class HostPreferences : public host::ExpInterface {
+ public:
+  explicit HostPreferences(bool split) : split_(split) {}
+  bool SplitOversizedMeshes() override { return split_; }
+
+ private:
+  bool split_;
+};
+
 class ExportHarness {
  public:
   explicit ExportHarness(const std::string& label) {
@@ -56,21 +65,9 @@ class ExportHarness {
   // `outputName`. Returns the loader's error, empty on success.
   std::string Export(const std::string& sceneJson, const std::string& settingsIni = "",
                      const std::string& outputName = "out.kvl") {
-    if (!settingsIni.empty()) std::ofstream(folder_ / "kvlexp.ini", std::ios::binary) << settingsIni;
     sources::SceneLoadResult loaded = sources::LoadJsonScene(sceneJson);
     if (!loaded.scene) return loaded.error;
-    scene_ = std::move(loaded.scene);
-    host::MemoryInterface core(*scene_, &progress);
-    std::ostringstream logShown, errors;
-    ui::HeadlessToolkit toolkit({}, false, logShown, errors);
-    host::SetCOREInterface(&core);
-    SetDialogToolkit(&toolkit);
-    host::ExpInterface ei;
-    exporter.DoExport(outputName.c_str(), &ei, &core, false, 0);
-    SetDialogToolkit(nullptr);
-    host::SetCOREInterface(nullptr);
-    std::ifstream in(folder_ / outputName, std::ios::binary);
-    file.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    ExportScene(std::move(loaded.scene), settingsIni, outputName);
     return "";
   }
 
@@ -85,13 +82,16 @@ class ExportHarness {
     ui::HeadlessToolkit toolkit({}, false, logShown, errors);
     host::SetCOREInterface(&core);
     SetDialogToolkit(&toolkit);
-    host::ExpInterface ei;
-    exporter.DoExport(outputName.c_str(), &ei, &core, false, 0);
+    HostPreferences preferences(splitMeshes);
+    exporter.DoExport(outputName.c_str(), &preferences, &core, false, 0);
     SetDialogToolkit(nullptr);
     host::SetCOREInterface(nullptr);
     std::ifstream in(folder_ / outputName, std::ios::binary);
     file.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   }
+
+  // Whether the host asks for meshes beyond the file's limits to be split.
+  bool splitMeshes = true;
 
   // The folder the output is written to.
   const std::filesystem::path& Folder() const { return folder_; }

@@ -297,8 +297,8 @@ TEST(MeshExtraction, ExportLightsDecidesOnlyWithoutAColourChannel) {
   EXPECT_EQ(MeshOf(h, "Baked").submeshes[0].triangleInfoBufferId, NODE_ID_NONE);
 }
 
-// Meshes past the file's 16-bit fields are exported whole, with a warning
-// that names the mesh and the limit.
+// Meshes past the file's 16-bit fields, when the host asks for no split, are
+// exported whole, with a warning that names the mesh and the limit.
 std::string BigMeshScene() {
   std::string faces, vertices;
   // "Wide": 21846 triangles of their own vertices: 65538 indices and
@@ -317,8 +317,9 @@ std::string BigMeshScene() {
          "]}}]}";
 }
 
-TEST(MeshExtraction, MeshesBeyondSixteenBitLimitsAreWrittenWithWarnings) {
+TEST(MeshExtraction, UnsplitMeshesBeyondSixteenBitLimitsAreWrittenWithWarnings) {
   ExportHarness h("mesh_big");
+  h.splitMeshes = false;
   ASSERT_EQ(h.Export(BigMeshScene(), kPlainSettings), "");
   const MeshNode& wide = MeshOf(h, "Wide");
   EXPECT_EQ(FaceListOf(h, wide.submeshes[0]).indices.size(), 65538u);
