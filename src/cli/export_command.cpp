@@ -1,12 +1,14 @@
 #include "cli/export_command.h"
 
 #include <cctype>
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <ostream>
 #include <system_error>
 
 #include "cli/exit_codes.h"
+#include "cli/export_stats.h"
 #include "cli/progress_bar.h"
 #include "cli/validate_command.h"
 #include "cli/plugin_library.h"
@@ -157,7 +159,9 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
   // Textures that the scene file carries inside it go beside the output.
   const fs::path outputFolder = fs::path(request.outputPath).parent_path();
   sourceOptions.textureFolder = outputFolder.empty() ? "." : outputFolder.string();
+  const auto loadStart = std::chrono::steady_clock::now();
   sources::SceneLoadResult loaded = sources::LoadSceneFile(request.scenePath, sourceOptions);
+  const double loadSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - loadStart).count();
   if (!loaded.scene) {
     err << "kvlexp: " << request.scenePath << ": " << loaded.error << "\n";
     return EXIT_FAILED;
@@ -181,10 +185,10 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
   const OutputProbe probe = ProbeOutput(request.outputPath);
   bool dialogEndedWithCancel = false;
   bool dialogRefused = false;
+  ExportRun run(!request.noSplit);
   {
     HostSession session(request, *loaded.scene, out, err);
-    host::ExpInterface expInterface;
-    exporter->DoExport(request.outputPath.c_str(), &expInterface, &session.Core(), false, 0);
+    exporter->DoExport(request.outputPath.c_str(), &run, &session.Core(), false, 0);
     dialogEndedWithCancel = session.OptionsCancelled();
     dialogRefused = session.Toolkit().Refused();
   }
@@ -203,6 +207,11 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
     err << "kvlexp: " << request.outputPath << ": cannot write the output file: "
         << WhyNotWritable(request.outputPath) << "\n";
     return EXIT_FAILED;
+  }
+  if (request.stats) {
+    std::error_code ec;
+    const uint64_t bytes = fs::file_size(request.outputPath, ec);
+    PrintStats(err, loadSeconds, run, ec ? 0 : bytes);
   }
   // The broken file is left in place so that inspect and validate can show
   // what went wrong; the exit status says it is not to be used.

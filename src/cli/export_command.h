@@ -18,6 +18,8 @@ struct ExportRequest {
   std::string driveFolder;             // where the host keeps drive C; empty: none
   std::string pluginPath;              // the exporter plug-in; empty: beside the program
   bool verify = false;                 // read a written KVL file back and validate it
+  bool noSplit = false;                // keep oversized meshes whole, fields cut to 16 bits
+  bool stats = false;                  // print phase times and counts after the export
   std::string animation;               // the file's animation to export, by name or index; empty: the first
   DialogToolkit* dialogs = nullptr;    // shows the dialogs on a window, ignoring edits and cancel; null: none
 };

@@ -60,6 +60,9 @@ int main(int argc, char** argv) {
   exportCmd->add_flag("--verify", request.verify,
                       "read the written KVL file back and validate it; errors give a non-zero exit");
   bool gui = false;
+  exportCmd->add_flag("--no-split", request.noSplit,
+                      "keep meshes beyond the file's 16-bit fields whole (fields cut, with a warning)");
+  exportCmd->add_flag("--stats", request.stats, "print the time of each phase and what was exported");
   exportCmd->add_flag("--gui", gui, "show the options and log dialogs on a window (needs a display)");
 
   kvl::cli::InfoRequest info;

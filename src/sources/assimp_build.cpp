@@ -8,11 +8,14 @@ namespace kvl::sources {
 
 AssimpBuild::AssimpBuild(const aiScene& source, host::MemoryScene& target, const SourceOptions& sourceOptions,
                          std::string sourcePath)
-    : ai(source), scene(target), options(sourceOptions), path(std::move(sourcePath)) {
-  format = std::filesystem::path(path).extension().string();
+    : ai(source), scene(target), options(sourceOptions), path(std::move(sourcePath)), format(FormatOf(path)) {}
+
+std::string FormatOf(const std::string& path) {
+  std::string format = std::filesystem::path(path).extension().string();
   if (!format.empty() && format[0] == '.') format.erase(0, 1);
   std::transform(format.begin(), format.end(), format.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return format;
 }
 
 host::Matrix3 ToMatrix3(const aiMatrix4x4& m) {

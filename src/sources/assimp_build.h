@@ -45,6 +45,10 @@ struct AssimpBuild {
   std::multimap<std::string, host::MemoryNode*> nodesByName;
 };
 
+// A file's extension in small letters, without the dot: what tells the
+// format's conventions.
+std::string FormatOf(const std::string& path);
+
 inline std::string Text(const aiString& s) { return std::string(s.data, s.length); }
 
 // Assimp's matrices act on column vectors; the host's on row vectors, so the

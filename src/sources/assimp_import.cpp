@@ -13,17 +13,13 @@
 #include "sources/assimp_materials.h"
 #include "sources/assimp_nodes.h"
 #include "sources/assimp_objects.h"
+#include "sources/assimp_ply_guard.h"
 #include "sources/assimp_validation.h"
 
 namespace kvl::sources {
 namespace {
 
-// Files without normals get them from Assimp, smooth up to this angle, so
-// that their smoothing groups follow the shape.
-constexpr float kSmoothingAngleDegrees = 80.0f;
-
 void Configure(Assimp::Importer& importer) {
-  importer.SetPropertyFloat(AI_CONFIG_PP_GSN_MAX_SMOOTHING_ANGLE, kSmoothingAngleDegrees);
   // Pivots go into the node's transform where Assimp can do it; the helper
   // nodes it still makes are folded by the node builder.
   importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
@@ -36,11 +32,15 @@ void Configure(Assimp::Importer& importer) {
 }  // namespace
 
 unsigned AssimpPostProcessSteps() {
-  return aiProcess_Triangulate | aiProcess_GenSmoothNormals | aiProcess_GenUVCoords | aiProcess_TransformUVCoords;
+  return aiProcess_Triangulate | aiProcess_GenUVCoords | aiProcess_TransformUVCoords;
 }
 
 SceneLoadResult ConvertAssimpScene(const aiScene& ai, const std::string& path, const SourceOptions& options) {
   SceneLoadResult result;
+  if (ai.mNumMeshes == 0 && ai.mNumCameras == 0 && ai.mNumLights == 0 && ai.mNumAnimations == 0) {
+    result.error = "cannot import: the file holds nothing a scene is made of (no meshes, cameras, lights or animations)";
+    return result;
+  }
   auto scene = std::make_unique<host::MemoryScene>();
   AssimpBuild build(ai, *scene, options, path);
   try {
@@ -69,6 +69,10 @@ SceneLoadResult LoadAssimpSceneFile(const std::string& path, const SourceOptions
   if (std::filesystem::is_directory(path, ec)) {
     result.error = "cannot import: it is a folder, not a file";
     return result;
+  }
+  if (FormatOf(path) == "ply") {
+    result.error = CheckPlyFile(path);
+    if (!result.error.empty()) return result;
   }
   Assimp::Importer importer;
   Configure(importer);

@@ -1,7 +1,6 @@
 #include "sources/assimp_mesh.h"
 
 #include <cstring>
-#include <unordered_map>
 
 #include "host/memory_materials.h"
 #include "sources/assimp_smoothing.h"
@@ -9,25 +8,66 @@
 namespace kvl::sources {
 namespace {
 
-// A position as its exact bits, with -0 taken as 0 so that the two weld.
-struct PositionKey {
-  uint32_t bits[3];
-  bool operator==(const PositionKey&) const = default;
-};
+// Files without normals are smoothed up to this angle, so that their
+// smoothing groups follow the shape.
+constexpr float kSmoothingAngle = 80.0f * 3.14159265f / 180.0f;
 
-PositionKey KeyOf(const aiVector3D& p) {
-  PositionKey key;
-  const float values[3] = {p.x == 0.0f ? 0.0f : p.x, p.y == 0.0f ? 0.0f : p.y, p.z == 0.0f ? 0.0f : p.z};
-  std::memcpy(key.bits, values, sizeof key.bits);
-  return key;
-}
-
-struct PositionHash {
-  size_t operator()(const PositionKey& k) const {
-    uint64_t h = 1469598103934665603ull;
-    for (uint32_t b : k.bits) h = (h ^ b) * 1099511628211ull;
-    return static_cast<size_t>(h ^ (h >> 29));
+// Welds positions by their exact bits (-0 taken as 0): an open-addressing
+// table of indices into the host's vertex list, so that a million vertices
+// cost no allocation each.
+class PositionWelder {
+ public:
+  PositionWelder(std::vector<host::Point3>& verts, size_t expected) : verts_(verts) {
+    size_t size = 16;
+    while (size < 2 * expected) size *= 2;
+    slots_.assign(size, kEmpty);
   }
+
+  uint32_t Weld(const aiVector3D& p) {
+    const host::Point3 q(p.x == 0.0f ? 0.0f : p.x, p.y == 0.0f ? 0.0f : p.y, p.z == 0.0f ? 0.0f : p.z);
+    if (2 * (verts_.size() + 1) > slots_.size()) Grow();
+    for (size_t i = Hash(q) & (slots_.size() - 1);; i = (i + 1) & (slots_.size() - 1)) {
+      if (slots_[i] == kEmpty) {
+        slots_[i] = static_cast<uint32_t>(verts_.size());
+        verts_.push_back(q);
+        return slots_[i];
+      }
+      if (Same(verts_[slots_[i]], q)) return slots_[i];
+    }
+  }
+
+ private:
+  static constexpr uint32_t kEmpty = 0xFFFFFFFFu;
+
+  static bool Same(const host::Point3& a, const host::Point3& b) {
+    return std::memcmp(&a, &b, sizeof(host::Point3)) == 0;
+  }
+  // Positions of whole numbers have no low mantissa bits at all, so every
+  // bit is mixed into the ones the table uses.
+  static uint64_t Mix(uint64_t x) {
+    x += 0x9E3779B97F4A7C15ull;
+    x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9ull;
+    x = (x ^ (x >> 27)) * 0x94D049BB133111EBull;
+    return x ^ (x >> 31);
+  }
+  static size_t Hash(const host::Point3& p) {
+    uint32_t bits[3];
+    std::memcpy(bits, &p, sizeof bits);
+    return static_cast<size_t>(Mix(Mix((uint64_t{bits[0]} << 32) | bits[1]) ^ bits[2]));
+  }
+  void Grow() {
+    std::vector<uint32_t> old(2 * slots_.size(), kEmpty);
+    old.swap(slots_);
+    for (uint32_t index : old) {
+      if (index == kEmpty) continue;
+      size_t i = Hash(verts_[index]) & (slots_.size() - 1);
+      while (slots_[i] != kEmpty) i = (i + 1) & (slots_.size() - 1);
+      slots_[i] = index;
+    }
+  }
+
+  std::vector<host::Point3>& verts_;
+  std::vector<uint32_t> slots_;
 };
 
 // The host's material for meshes whose file has none: grey, after the node.
@@ -91,18 +131,20 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
     anyColor = anyColor || m.HasVertexColors(0);
   }
 
-  std::unordered_map<PositionKey, uint32_t, PositionHash> welded;
-  welded.reserve(sourceCount);
+  mesh.verts.reserve(sourceCount);
+  PositionWelder welder(mesh.verts, sourceCount);
   std::vector<uint32_t> hostCorners, sourceCorners;
   hostCorners.reserve(cornerCount);
   sourceCorners.reserve(cornerCount);
-  std::vector<host::Point3> cornerNormals;
-  cornerNormals.reserve(cornerCount);
+  // The file's normals per source vertex, which sourceCorners index.
+  std::vector<host::Point3> normals;
+  normals.reserve(sourceCount);
   std::vector<host::UVVert> uvs, colors, alphas;
   if (anyUV) uvs.reserve(sourceCount);
   if (anyColor) colors.reserve(sourceCount), alphas.reserve(sourceCount);
   mesh.faces.reserve(cornerCount / 3);
   size_t dropped = 0;
+  std::vector<bool> withoutNormal;  // per corner, when some mesh has no normals
 
   uint32_t base = 0;
   std::vector<uint32_t> toHost;
@@ -117,9 +159,9 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
 
     toHost.resize(m.mNumVertices);
     for (unsigned v = 0; v < m.mNumVertices; ++v) {
-      const auto [it, added] = welded.try_emplace(KeyOf(m.mVertices[v]), static_cast<uint32_t>(mesh.verts.size()));
-      if (added) mesh.verts.emplace_back(m.mVertices[v].x, m.mVertices[v].y, m.mVertices[v].z);
-      toHost[v] = it->second;
+      toHost[v] = welder.Weld(m.mVertices[v]);
+      normals.push_back(m.HasNormals() ? host::Point3(m.mNormals[v].x, m.mNormals[v].y, m.mNormals[v].z)
+                                       : host::Point3(0, 0, 0));
       if (anyUV) {
         const aiVector3D t = m.HasTextureCoords(0) ? m.mTextureCoords[0][v] : aiVector3D(0, 0, 0);
         uvs.emplace_back(t.x, t.y, t.z);
@@ -143,8 +185,8 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
         hostFace.v[k] = toHost[v];
         hostCorners.push_back(toHost[v]);
         sourceCorners.push_back(base + v);
-        cornerNormals.push_back(m.HasNormals() ? host::Point3(m.mNormals[v].x, m.mNormals[v].y, m.mNormals[v].z)
-                                               : host::Point3(0, 0, 0));
+        if (!m.HasNormals() && withoutNormal.empty()) withoutNormal.assign(sourceCorners.size() - 1, false);
+        if (!withoutNormal.empty()) withoutNormal.push_back(!m.HasNormals());
       }
       hostFace.setMatID(slot);
       mesh.faces.push_back(hostFace);
@@ -152,7 +194,21 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
     base += m.mNumVertices;
   }
 
-  const std::vector<uint32_t> groups = SmoothingGroupsFromNormals(hostCorners, mesh.verts.size(), cornerNormals);
+  std::vector<uint32_t> groups;
+  if (withoutNormal.empty()) {
+    groups = SmoothingGroupsFromNormals(hostCorners, mesh.verts.size(), sourceCorners, std::move(normals));
+  } else {
+    // Some corners have no normal from the file: each corner then gets its
+    // own, the file's or a made one.
+    std::vector<host::Point3> perCorner =
+        CornerNormalsByAngle(hostCorners, mesh.verts.size(), mesh.verts, kSmoothingAngle);
+    std::vector<uint32_t> own(perCorner.size());
+    for (size_t c = 0; c < perCorner.size(); ++c) {
+      own[c] = static_cast<uint32_t>(c);
+      if (!withoutNormal[c]) perCorner[c] = normals[sourceCorners[c]];
+    }
+    groups = SmoothingGroupsFromNormals(hostCorners, mesh.verts.size(), own, std::move(perCorner));
+  }
   for (size_t f = 0; f < mesh.faces.size(); ++f) mesh.faces[f].smGroup = groups[f];
   if (anyUV) FillChannel(mesh, host::MAP_TEXCOORD, std::move(uvs), sourceCorners);
   if (anyColor) {

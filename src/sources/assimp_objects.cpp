@@ -74,9 +74,13 @@ void BuildCamerasAndLights(AssimpBuild& build, std::vector<std::pair<host::Memor
       object->nearDist = camera.mClipPlaneNear;
       object->farDist = camera.mClipPlaneFar;
       node->object = std::move(object);
-      if (!IsDefaultFrame(camera)) {
+      aiCamera own = camera;
+      // Assimp 5.2's glTF importer copies the node's translation into the
+      // camera as well: the node already places it.
+      if (build.format == "gltf" || build.format == "glb") own.mPosition = aiVector3D(0, 0, 0);
+      if (!IsDefaultFrame(own)) {
         NodeOrigin* origin = OriginOf(origins, node);
-        const host::Matrix3 frame = CameraFrame(camera);
+        const host::Matrix3 frame = CameraFrame(own);
         origin->before = frame * origin->before;
         // Children stay where they were: they are placed under the frame's
         // inverse.

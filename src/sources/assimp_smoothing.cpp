@@ -1,5 +1,6 @@
 #include "sources/assimp_smoothing.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numeric>
 
@@ -78,15 +79,41 @@ uint32_t FreeWord(const std::vector<uint32_t>& taken) {
 
 }  // namespace
 
-std::vector<uint32_t> SmoothingGroupsFromNormals(const std::vector<uint32_t>& corners, size_t vertexCount,
-                                                 const std::vector<host::Point3>& normals) {
+std::vector<host::Point3> CornerNormalsByAngle(const std::vector<uint32_t>& corners, size_t vertexCount,
+                                               const std::vector<host::Point3>& positions, float maxAngle) {
   const size_t faceCount = corners.size() / 3;
-  std::vector<host::Point3> unit(corners.size());
-  std::vector<bool> usable(corners.size(), false);
-  for (size_t c = 0; c < corners.size() && c < normals.size(); ++c) {
-    unit[c] = normals[c];
-    usable[c] = Usable(unit[c]);
+  std::vector<host::Point3> faceNormals(faceCount);
+  for (size_t f = 0; f < faceCount; ++f) {
+    const host::Point3& a = positions[corners[3 * f]];
+    host::Point3 n = CrossProd(positions[corners[3 * f + 1]] - a, positions[corners[3 * f + 2]] - a);
+    if (!Usable(n)) n = host::Point3(0, 0, 0);
+    faceNormals[f] = n;
   }
+  const float least = std::cos(maxAngle);
+  const VertexCorners byVertex = CornersByVertex(corners, vertexCount);
+  std::vector<host::Point3> normals(corners.size());
+  for (size_t v = 0; v < vertexCount; ++v) {
+    for (uint32_t i = byVertex.start[v]; i < byVertex.start[v + 1]; ++i) {
+      const uint32_t c = byVertex.corners[i];
+      const host::Point3& own = faceNormals[c / 3];
+      host::Point3 sum(0, 0, 0);
+      for (uint32_t j = byVertex.start[v]; j < byVertex.start[v + 1]; ++j) {
+        const host::Point3& other = faceNormals[byVertex.corners[j] / 3];
+        if (DotProd(own, other) >= least) sum = sum + other;
+      }
+      normals[c] = sum;
+    }
+  }
+  return normals;
+}
+
+std::vector<uint32_t> SmoothingGroupsFromNormals(const std::vector<uint32_t>& corners, size_t vertexCount,
+                                                 const std::vector<uint32_t>& normalOf,
+                                                 std::vector<host::Point3> normals) {
+  const size_t faceCount = corners.size() / 3;
+  std::vector<host::Point3>& unit = normals;  // normalised in place
+  std::vector<uint8_t> usable(unit.size(), 0);
+  for (size_t n = 0; n < unit.size(); ++n) usable[n] = Usable(unit[n]);
   const VertexCorners byVertex = CornersByVertex(corners, vertexCount);
 
   // Faces that meet with the same normal at some vertex smooth together.
@@ -96,10 +123,12 @@ std::vector<uint32_t> SmoothingGroupsFromNormals(const std::vector<uint32_t>& co
     distinct.clear();
     for (uint32_t i = byVertex.start[v]; i < byVertex.start[v + 1]; ++i) {
       const uint32_t c = byVertex.corners[i];
-      if (!usable[c]) continue;
+      const uint32_t n = c < normalOf.size() ? normalOf[c] : UINT32_MAX;
+      if (n >= unit.size() || !usable[n]) continue;
       bool joined = false;
       for (uint32_t d : distinct) {
-        if (Same(unit[c], unit[d])) {
+        const uint32_t m = normalOf[d];
+        if (m == n || Same(unit[n], unit[m])) {
           components.Join(c / 3, d / 3);
           joined = true;
           break;
@@ -110,31 +139,38 @@ std::vector<uint32_t> SmoothingGroupsFromNormals(const std::vector<uint32_t>& co
   }
 
   // Each patch gets a word that no patch it touches has, so the host keeps
-  // them apart at every vertex they share.
+  // them apart at every vertex they share. Only vertices where patches meet
+  // make neighbours; their pairs are few next to the faces.
   std::vector<uint32_t> patch(faceCount);
   for (size_t f = 0; f < faceCount; ++f) patch[f] = components.Find(static_cast<uint32_t>(f));
-  std::vector<uint32_t> facesStart(faceCount + 1, 0), patchFaces(faceCount);
-  for (size_t f = 0; f < faceCount; ++f) ++facesStart[patch[f] + 1];
-  for (size_t f = 0; f < faceCount; ++f) facesStart[f + 1] += facesStart[f];
-  {
-    std::vector<uint32_t> fill(facesStart.begin(), facesStart.end() - 1);
-    for (size_t f = 0; f < faceCount; ++f) patchFaces[fill[patch[f]]++] = static_cast<uint32_t>(f);
+  std::vector<std::pair<uint32_t, uint32_t>> touching;
+  std::vector<uint32_t> here;
+  for (size_t v = 0; v < vertexCount; ++v) {
+    here.clear();
+    for (uint32_t j = byVertex.start[v]; j < byVertex.start[v + 1]; ++j) {
+      const uint32_t p = patch[byVertex.corners[j] / 3];
+      bool seen = false;
+      for (uint32_t q : here) seen = seen || q == p;
+      if (!seen) here.push_back(p);
+    }
+    for (size_t a = 0; a < here.size(); ++a) {
+      for (size_t b = 0; b < here.size(); ++b) {
+        if (a != b) touching.emplace_back(here[a], here[b]);
+      }
+    }
   }
+  std::sort(touching.begin(), touching.end());
+  touching.erase(std::unique(touching.begin(), touching.end()), touching.end());
 
   std::vector<uint32_t> word(faceCount, 0);  // by representative face
   std::vector<uint32_t> taken;
+  size_t next = 0;  // into touching, which is sorted by patch
   for (size_t p = 0; p < faceCount; ++p) {
     if (patch[p] != p) continue;
     taken.clear();
-    for (uint32_t i = facesStart[p]; i < facesStart[p + 1]; ++i) {
-      const uint32_t f = patchFaces[i];
-      for (int k = 0; k < 3; ++k) {
-        const uint32_t v = corners[3 * f + k];
-        for (uint32_t j = byVertex.start[v]; j < byVertex.start[v + 1]; ++j) {
-          const uint32_t other = patch[byVertex.corners[j] / 3];
-          if (other != p && word[other] != 0) taken.push_back(word[other]);
-        }
-      }
+    while (next < touching.size() && touching[next].first < p) ++next;
+    for (size_t i = next; i < touching.size() && touching[i].first == p; ++i) {
+      if (word[touching[i].second] != 0) taken.push_back(word[touching[i].second]);
     }
     word[p] = FreeWord(taken);
   }

@@ -10,12 +10,21 @@
 
 namespace kvl::sources {
 
-// `corners` holds three vertex indices per face and `normals` the normal of
-// each of those corners (any length; a non-finite or zero one is hard on
-// every side). Gives one smoothing word per face: a single bit wherever the
-// 32 groups suffice, which they do unless a vertex is shared by more than
-// 32 separately smoothed patches.
+// `corners` holds three vertex indices per face, and `normalOf` per corner
+// the index of its normal in `normals` (any length; a non-finite or zero
+// normal is hard on every side). Gives one smoothing word per face: a
+// single bit wherever the 32 groups suffice, which they do unless a vertex
+// is shared by more than 32 separately smoothed patches.
 std::vector<uint32_t> SmoothingGroupsFromNormals(const std::vector<uint32_t>& corners, size_t vertexCount,
-                                                 const std::vector<host::Point3>& normals);
+                                                 const std::vector<uint32_t>& normalOf,
+                                                 std::vector<host::Point3> normals);
+
+// Normals for faces whose file gives none: per corner, the sum of the unit
+// normals of the faces at its vertex that lie within `maxAngle` (radians) of
+// the corner's own face, so that edges sharper than that stay hard. Done
+// here rather than by Assimp, whose smoothing cannot split a vertex that
+// several faces share.
+std::vector<host::Point3> CornerNormalsByAngle(const std::vector<uint32_t>& corners, size_t vertexCount,
+                                               const std::vector<host::Point3>& positions, float maxAngle);
 
 }  // namespace kvl::sources

@@ -167,7 +167,11 @@ def gltf():
         "bufferViews": views,
         "accessors": accessors,
     }
-    write("model.gltf", json.dumps(doc, indent=1) + "\n")
+    text = json.dumps(doc, indent=1) + "\n"
+    write("model.gltf", text)
+    # The same model is the example of a real format in examples/.
+    with open(os.path.join(HERE, "..", "..", "..", "examples", "model.gltf"), "w") as f:
+        f.write(text)
 
 
 # ------------------------------------------------------------------- OBJ

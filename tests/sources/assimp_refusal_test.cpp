@@ -1,0 +1,93 @@
+// Bad files through the whole command: one clear line on the error stream,
+// a non-zero exit, and no output file.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include "cli/exit_codes.h"
+#include "cli/export_command.h"
+
+namespace kvl {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string kSceneDir = std::string(KVL_TEST_DIR) + "/scenes/assimp/";
+
+std::string Slurp(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+struct BadFile {
+  std::string name;
+  std::string bytes;
+  std::string expected;  // a part of the message
+};
+
+std::vector<BadFile> BadFiles() {
+  const std::string gltf = Slurp(kSceneDir + "model.gltf");
+  const std::string dae = Slurp(kSceneDir + "model.dae");
+  const std::string fbx = Slurp(kSceneDir + "model.fbx");
+  const std::string ply = Slurp(kSceneDir + "sphere.ply");
+  const std::string triangle = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
+  const std::string plyHeader =
+      "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\nproperty float z\n"
+      "element face 1\nproperty list uchar int vertex_indices\nend_header\n";
+  return {
+      {"empty.obj", "", "cannot import: "},
+      {"empty.gltf", "", "cannot import: "},
+      {"empty.ply", "", "cannot import: "},
+      {"cut_early.gltf", gltf.substr(0, 40), "cannot import: "},
+      {"cut_middle.gltf", gltf.substr(0, gltf.size() / 2), "cannot import: "},
+      {"cut_late.gltf", gltf.substr(0, gltf.size() - 3), "cannot import: "},
+      {"cut_early.dae", dae.substr(0, 200), "cannot import: "},
+      {"cut_middle.dae", dae.substr(0, dae.size() / 2), "cannot import: "},
+      {"cut_early.fbx", fbx.substr(0, 300), "cannot import: "},
+      {"cut_middle.fbx", fbx.substr(0, fbx.size() / 2), "cannot import: "},
+      {"cut_header.ply", ply.substr(0, 60), "PLY header has no end_header"},
+      {"cut_late_header.ply", ply.substr(0, 150), "PLY header has no end_header"},
+      {"cut_body.ply", ply.substr(0, ply.size() / 2), "PLY body is cut short"},
+      {"not_a_scene.obj", "hello, this is a letter and not a scene\n", "cannot import: "},
+      {"not_a_scene.fbx", std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16), "cannot import: "},
+      {"index_out_of_range.obj", triangle + "f 1 2 9\n", "cannot import: "},
+      {"index_out_of_range.ply", plyHeader + "0 0 0\n1 0 0\n0 1 0\n3 0 1 7\n",
+       "face 0 corner 2: index 7 out of range (3 vertices)"},
+      {"nan.obj", "v nan 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", "vertex 0 has a position that is not a finite number"},
+      {"nan.ply", plyHeader + "0 0 0\n1 nan 0\n0 1 0\n3 0 1 2\n",
+       "vertex 1 has a position that is not a finite number"},
+      {"infinite.ply", plyHeader + "0 0 0\n1 0 0\n0 inf 0\n3 0 1 2\n",
+       "vertex 2 has a position that is not a finite number"},
+  };
+}
+
+TEST(AssimpRefusal, EachBadFileGivesOneLineAFailingExitAndNoOutput) {
+  const fs::path dir = fs::temp_directory_path() / ("kvl_assimp_bad_" + std::to_string(::getpid()));
+  fs::remove_all(dir);
+  fs::create_directories(dir / "c");
+  for (const BadFile& bad : BadFiles()) {
+    SCOPED_TRACE(bad.name);
+    const fs::path scene = dir / bad.name;
+    std::ofstream(scene, std::ios::binary) << bad.bytes;
+    cli::ExportRequest request;
+    request.scenePath = scene.string();
+    request.outputPath = (dir / "out.kvl").string();
+    request.driveFolder = (dir / "c").string();
+    request.pluginPath = KVL_PLUGIN_PATH;
+    std::ostringstream out, err;
+    EXPECT_EQ(cli::RunExport(request, out, err), cli::EXIT_FAILED);
+    const std::string message = err.str();
+    EXPECT_EQ(message.rfind("kvlexp: " + scene.string() + ": ", 0), 0u) << message;
+    EXPECT_NE(message.find(bad.expected), std::string::npos) << message;
+    EXPECT_EQ(std::count(message.begin(), message.end(), '\n'), 1) << message;
+    EXPECT_FALSE(fs::exists(dir / "out.kvl"));
+  }
+  fs::remove_all(dir);
+}
+
+}  // namespace
+}  // namespace kvl
