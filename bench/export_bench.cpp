@@ -9,7 +9,7 @@
 #include <sstream>
 
 #include "export/kvl_exp.h"
-#include "grid_scene.h"
+#include "grid_scene.h"  // tests/support
 #include "host/dialog_toolkit.h"
 #include "host/host_files.h"
 #include "ui/headless_toolkit.h"
@@ -40,7 +40,7 @@ void ExportGrid(benchmark::State& state) {
   const fs::path previous = fs::current_path();
   fs::current_path(folder);  // the settings file goes into the working folder
 
-  std::unique_ptr<kvl::host::MemoryScene> scene = kvl::bench::MakeGridScene(columns, rows, vertexLayout);
+  std::unique_ptr<kvl::host::MemoryScene> scene = kvl::testing::MakeGridScene(columns, rows, vertexLayout);
   const double triangles = 2.0 * columns * rows;
   PhaseTimes times;
   for (auto _ : state) {

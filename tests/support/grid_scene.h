@@ -11,7 +11,7 @@
 #include "host/memory_objects.h"
 #include "host/memory_scene.h"
 
-namespace kvl::bench {
+namespace kvl::testing {
 
 inline std::unique_ptr<host::MemoryScene> MakeGridScene(uint32_t columns, uint32_t rows, bool vertexLayout) {
   auto scene = std::make_unique<host::MemoryScene>();
@@ -67,4 +67,4 @@ inline std::unique_ptr<host::MemoryScene> MakeGridScene(uint32_t columns, uint32
   return scene;
 }
 
-}  // namespace kvl::bench
+}  // namespace kvl::testing
