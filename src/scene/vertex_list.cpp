@@ -1,5 +1,7 @@
 #include "scene/vertex_list.h"
 
+#include <algorithm>
+
 #include <cmath>
 
 namespace kvl {
@@ -56,8 +58,20 @@ uint32_t PlaceVertex(VertexList& list, const Vertex& vertex, uint32_t base, int3
 
 VertexPlacer::VertexPlacer(VertexList& list) : list_(&list) { CatchUp(); }
 
+VertexPlacer::Chain& VertexPlacer::ChainFor(uint32_t sourceVertex) {
+  if (sourceVertex >= DENSE_LIMIT) return sparseChains_[sourceVertex];
+  if (sourceVertex >= denseChains_.size()) denseChains_.resize(std::max<size_t>(sourceVertex + 1, 2 * denseChains_.size()));
+  return denseChains_[sourceVertex];
+}
+
+const VertexPlacer::Chain* VertexPlacer::FindChain(uint32_t sourceVertex) const {
+  if (sourceVertex < DENSE_LIMIT) return sourceVertex < denseChains_.size() ? &denseChains_[sourceVertex] : nullptr;
+  auto found = sparseChains_.find(sourceVertex);
+  return found == sparseChains_.end() ? nullptr : &found->second;
+}
+
 void VertexPlacer::Index(uint32_t i) {
-  Chain& chain = chains_[list_->vertices[i].sourceVertex];
+  Chain& chain = ChainFor(list_->vertices[i].sourceVertex);
   if (chain.first == NONE) {
     chain.first = i;
   } else {
@@ -69,7 +83,8 @@ void VertexPlacer::Index(uint32_t i) {
 void VertexPlacer::CatchUp() {
   const size_t size = list_->vertices.size();
   if (size < next_.size()) {
-    chains_.clear();
+    denseChains_.clear();
+    sparseChains_.clear();
     next_.clear();
   }
   for (size_t i = next_.size(); i < size; ++i) {
@@ -80,10 +95,9 @@ void VertexPlacer::CatchUp() {
 
 uint32_t VertexPlacer::Place(const Vertex& vertex, uint32_t base, int32_t threshold) {
   CatchUp();
-  auto found = chains_.find(vertex.sourceVertex);
-  if (found != chains_.end()) {
+  if (const Chain* chain = FindChain(vertex.sourceVertex)) {
     // The chain is in list order, so its first match is the scan's first.
-    for (uint32_t i = found->second.first; i != NONE; i = next_[i]) {
+    for (uint32_t i = chain->first; i != NONE; i = next_[i]) {
       Vertex& existing = list_->vertices[i];
       if (!SameVertex(existing, vertex) || !InPlacementWindow(i, base, threshold)) continue;
       if (list_->flags & VERTEX_NORMAL) AddNormal(existing, vertex);

@@ -47,19 +47,26 @@ class VertexPlacer {
   VertexList& List() const { return *list_; }
 
  private:
-  void CatchUp();
-  void Index(uint32_t i);
-
   static constexpr uint32_t NONE = 0xFFFFFFFFu;
   struct Chain {
     uint32_t first = NONE;
     uint32_t last = NONE;
   };
 
+  void CatchUp();
+  void Index(uint32_t i);
+  Chain& ChainFor(uint32_t sourceVertex);
+  const Chain* FindChain(uint32_t sourceVertex) const;
+
+  // Host vertex numbers below this are looked up in a plain array, as they
+  // are in any real mesh; larger ones in a hash table.
+  static constexpr uint32_t DENSE_LIMIT = 1u << 24;
+
   VertexList* list_;
   // Per host vertex, the chain of its list indices in ascending order;
   // next_[i] follows index i in its chain.
-  std::unordered_map<uint32_t, Chain> chains_;
+  std::vector<Chain> denseChains_;
+  std::unordered_map<uint32_t, Chain> sparseChains_;
   std::vector<uint32_t> next_;
 };
 

@@ -220,6 +220,8 @@ void KVLExp::ExtractMesh(host::INode* node, host::Mesh& mesh, MeshNode& meshNode
   buffer->flags = x.vertexFlags;
   VertexList& list = buffer->lists.front();
   list.flags = x.vertexFlags;
+  // At least one vertex per host vertex in any real mesh: grow once.
+  list.vertices.reserve(mesh.verts.size());
   // Corners keep a colour when nothing else would light the mesh.
   x.bakeColor = !table_.settings.exportlights && !x.color.present;
 
@@ -252,6 +254,8 @@ void KVLExp::ExtractMesh(host::INode* node, host::Mesh& mesh, MeshNode& meshNode
       if (x.color.present || x.bakeColor) triangles->flags |= TRIANGLE_COLORS;
     }
     const bool hasTriangleInfo = useTriangleInfo && triangles->flags != 0;
+    faceList->indices.reserve(3 * group.faces.size());
+    if (hasTriangleInfo) triangles->triangles.reserve(group.faces.size());
 
     for (int face : group.faces) {
       if (useTriangleInfo) {
