@@ -101,7 +101,7 @@ int KVLExp::DoExport(const char* name, host::ExpInterface* ei, host::Interface* 
 
   log_.progress = 90;
   log_.Log(std::string("Writing to file ") + name);
-  WriteOutput(name);
+  WriteOutput(name, hostSide);
   clock.Lap("write");
   ReportCounts(hostSide);
   // The host learns nothing of a failed write: the export ends the same way.
@@ -147,8 +147,13 @@ void KVLExp::ParseTopLevelNodes(host::INode* hostRoot, GroupNode& sceneRoot) {
   }
 }
 
-void KVLExp::WriteOutput(const std::string& name) {
-  if (std::unique_ptr<SceneWriter> writer = MakeWriter(OutputKindForPath(name))) writer->Write(name, table_);
+void KVLExp::WriteOutput(const std::string& name, host::ExpInterface& host) {
+  // The host hears whether the file is complete; the log does not say, and
+  // the export ends the same way either way.
+  std::unique_ptr<SceneWriter> writer = MakeWriter(OutputKindForPath(name));
+  if (!writer) return;
+  writer->Write(name, table_);
+  host.ReportOutput(name.c_str(), writer->Failure().empty() ? nullptr : writer->Failure().c_str());
 }
 
 void KVLExp::SplitMeshes() {

@@ -91,7 +91,7 @@ class KVLExp : public host::SceneExport {
   // Splits the meshes the file cannot hold whole, with a log line each.
   void SplitMeshes();
   void ReportCounts(host::ExpInterface& host) const;
-  void WriteOutput(const std::string& name);
+  void WriteOutput(const std::string& name, host::ExpInterface& host);
 
   uint32_t nextNodeId_ = 0;
   std::map<uint32_t, uint32_t> hostNodeIds_;  // host handle -> node id

@@ -30,6 +30,9 @@ class ExpInterface {
   // How long a phase of the export took, and what it counted.
   virtual void ReportPhase(const char* /*name*/, double /*seconds*/) {}
   virtual void ReportCount(const char* /*name*/, uint64_t /*value*/) {}
+  // Whether the output file is complete at `path`: `failure` is null if it
+  // is, else why not (the file could not be opened, a write failed, ...).
+  virtual void ReportOutput(const char* /*path*/, const char* /*failure*/) {}
 };
 
 class SceneExport {

@@ -72,11 +72,7 @@ std::string AsciiDumpText(const NodeTable& table) {
 }
 
 bool AsciiDumpWriter::Write(const std::string& path, const NodeTable& table) {
-  std::FILE* file = std::fopen(path.c_str(), "w");
-  if (!file) return false;
-  WriteAsciiDump(file, table);
-  std::fclose(file);
-  return true;
+  return WriteThrough(path, "w", [&](std::FILE* file) { WriteAsciiDump(file, table); });
 }
 
 }  // namespace kvl

@@ -40,11 +40,7 @@ bool WriteBinaryScene(std::FILE* file, const NodeTable& table) {
 }
 
 bool BinaryWriter::Write(const std::string& path, const NodeTable& table) {
-  std::FILE* file = std::fopen(path.c_str(), "wb");
-  if (!file) return false;
-  WriteBinaryScene(file, table);
-  std::fclose(file);
-  return true;
+  return WriteThrough(path, "wb", [&](std::FILE* file) { WriteBinaryScene(file, table); });
 }
 
 }  // namespace kvl

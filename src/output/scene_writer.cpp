@@ -4,8 +4,19 @@
 
 #include "output/ascii_dump_writer.h"
 #include "output/binary_writer.h"
+#include "platform/replacing_file.h"
 
 namespace kvl {
+
+bool SceneWriter::WriteThrough(const std::string& path, const char* mode,
+                               const std::function<void(std::FILE*)>& write) {
+  failure_.clear();
+  std::unique_ptr<ReplacingFile> file = ReplacingFile::Open(path, mode, &failure_);
+  if (!file) return false;
+  write(file->get());
+  file->Commit(&failure_);
+  return true;
+}
 
 OutputKind OutputKindForPath(const std::string& path) {
   if (path.size() < 3) return OutputKind::NONE;

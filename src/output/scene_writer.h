@@ -1,6 +1,8 @@
 // A writer turns the finished node table into one output file.
 #pragma once
 
+#include <cstdio>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -13,6 +15,16 @@ class SceneWriter {
   virtual ~SceneWriter() = default;
   // Returns false if the file could not be opened; nothing is written then.
   virtual bool Write(const std::string& path, const NodeTable& table) = 0;
+  // Why the last Write left no complete file at `path`; empty if it did.
+  const std::string& Failure() const { return failure_; }
+
+ protected:
+  // Writes through a file that replaces `path` only once it is complete, so
+  // a failed write never leaves half a file. Returns whether it opened.
+  bool WriteThrough(const std::string& path, const char* mode, const std::function<void(std::FILE*)>& write);
+
+ private:
+  std::string failure_;
 };
 
 enum class OutputKind { BINARY, TEXT, NONE };

@@ -1,10 +1,12 @@
 #include "settings/export_log.h"
 
 #include <cstdio>
+#include <memory>
 
 #include "host/host_files.h"
 #include "host/interface.h"
 #include "host/message_box.h"
+#include "platform/replacing_file.h"
 
 namespace kvl {
 
@@ -34,11 +36,12 @@ const std::string& ExportLog::GetText() {
 }
 
 void ExportLog::WriteFile(const std::string& path) {
-  std::FILE* file = host::HostFopen(path, "w");
+  // The old log stays whole until the new one is complete.
+  std::unique_ptr<ReplacingFile> file = ReplacingFile::Open(host::HostPath(path), "w");
   if (!file) return;
   const std::string& text = GetText();
-  std::fwrite(text.data(), 1, text.size(), file);
-  std::fclose(file);
+  std::fwrite(text.data(), 1, text.size(), file->get());
+  file->Commit();
 }
 
 }  // namespace kvl

@@ -1,9 +1,11 @@
 #include "settings/export_settings.h"
 
 #include <cstdio>
+#include <memory>
 #include <vector>
 
 #include "host/host_files.h"
+#include "platform/replacing_file.h"
 
 namespace kvl {
 namespace {
@@ -74,8 +76,10 @@ void ExportSettings::Load(const std::string& outputPath, ConfigStore& store) {
 }
 
 void ExportSettings::Save() const {
-  std::FILE* file = host::HostFopen(iniPath, "w");
-  if (!file) return;
+  // The old settings stay whole until the new file is complete.
+  std::unique_ptr<ReplacingFile> replacing = ReplacingFile::Open(host::HostPath(iniPath), "w");
+  if (!replacing) return;
+  std::FILE* file = replacing->get();
   std::fprintf(file, "# kvlexp.ini\n");
   std::fprintf(file, "exporthidden = %d\n", exporthidden ? 1 : 0);
   std::fprintf(file, "exportlights = %d\n", exportlights ? 1 : 0);
@@ -94,7 +98,7 @@ void ExportSettings::Save() const {
   std::fprintf(file, "postolerance = %f\n", static_cast<double>(postolerance));
   std::fprintf(file, "rottolerance = %f\n", static_cast<double>(rottolerance));
   std::fprintf(file, "scaletolerance = %f\n", static_cast<double>(scaletolerance));
-  std::fclose(file);
+  replacing->Commit();
 }
 
 }  // namespace kvl

@@ -1,0 +1,91 @@
+#include "platform/replacing_file.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+namespace kvl {
+namespace {
+
+namespace fs = std::filesystem;
+
+void SetError(std::string* error, const std::string& what) {
+  if (error) *error = what;
+}
+
+std::string Reason(int code) { return std::strerror(code); }
+
+}  // namespace
+
+std::string ReplacingFile::TemporaryName(const std::string& path, long pid) {
+  const fs::path target(path);
+  const std::string name = "." + target.filename().string() + ".kvlexp-" + std::to_string(pid) + ".tmp";
+  return (target.parent_path() / name).string();
+}
+
+std::unique_ptr<ReplacingFile> ReplacingFile::Open(const std::string& path, const char* mode, std::string* error) {
+  std::unique_ptr<ReplacingFile> out(new ReplacingFile());
+  std::error_code ec;
+  fs::path target(path);
+  // Follow links, so the link stays and what it points at is replaced.
+  if (fs::is_symlink(target, ec)) {
+    const fs::path resolved = fs::weakly_canonical(target, ec);
+    if (!ec) target = resolved;
+  }
+  const fs::file_status status = fs::status(target, ec);
+  if (fs::is_directory(status)) {
+    SetError(error, Reason(EISDIR));
+    return nullptr;
+  }
+  const bool inPlace = fs::exists(status) && !fs::is_regular_file(status);
+  out->target_ = target.string();
+  if (inPlace) {
+    out->file_ = std::fopen(out->target_.c_str(), mode);
+  } else {
+    out->temporary_ = TemporaryName(out->target_, static_cast<long>(::getpid()));
+    out->file_ = std::fopen(out->temporary_.c_str(), mode);
+    // A replaced file keeps its permissions.
+    struct stat old {};
+    if (out->file_ && ::stat(out->target_.c_str(), &old) == 0) ::fchmod(fileno(out->file_), old.st_mode & 07777);
+  }
+  if (!out->file_) {
+    SetError(error, Reason(errno));
+    out->temporary_.clear();  // nothing was created
+    return nullptr;
+  }
+  return out;
+}
+
+ReplacingFile::~ReplacingFile() {
+  if (file_) std::fclose(file_);
+  if (!temporary_.empty()) std::remove(temporary_.c_str());
+}
+
+bool ReplacingFile::Commit(std::string* error) {
+  bool ok = !std::ferror(file_);
+  int code = ok ? 0 : EIO;
+  if (std::fflush(file_) != 0 && ok) {
+    ok = false;
+    code = errno;
+  }
+  if (std::fclose(file_) != 0 && ok) {
+    ok = false;
+    code = errno;
+  }
+  file_ = nullptr;
+  if (ok && !temporary_.empty()) {
+    if (std::rename(temporary_.c_str(), target_.c_str()) != 0) {
+      ok = false;
+      code = errno;
+    } else {
+      temporary_.clear();
+    }
+  }
+  if (!ok) SetError(error, Reason(code));
+  return ok;
+}
+
+}  // namespace kvl

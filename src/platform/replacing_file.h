@@ -1,0 +1,43 @@
+// Writing a file so that no reader ever sees half of it: the text goes to a
+// temporary file beside the target, which replaces the target only once it
+// is complete. A failed or abandoned write leaves the old file as it was.
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace kvl {
+
+class ReplacingFile {
+ public:
+  // Opens the file that stands in for `path` until Commit. A target that
+  // exists and is no regular file (a device, a pipe) is written in place; a
+  // symbolic link is followed, so its target is replaced and the link
+  // stays. Null if nothing could be opened; `error` then says why.
+  static std::unique_ptr<ReplacingFile> Open(const std::string& path, const char* mode, std::string* error = nullptr);
+
+  ~ReplacingFile();  // without Commit: the temporary file is removed
+  ReplacingFile(const ReplacingFile&) = delete;
+  ReplacingFile& operator=(const ReplacingFile&) = delete;
+
+  std::FILE* get() const { return file_; }
+
+  // Flushes and closes the file and puts it in place. False if any write,
+  // the close or the rename failed; `error` says why, the target is as it
+  // was (unless it was written in place), and the temporary file is gone.
+  bool Commit(std::string* error = nullptr);
+
+  // The temporary files of process `pid` for `path` have this name; a host
+  // whose child died can remove them.
+  static std::string TemporaryName(const std::string& path, long pid);
+
+ private:
+  ReplacingFile() = default;
+
+  std::FILE* file_ = nullptr;
+  std::string target_;     // where the file ends up
+  std::string temporary_;  // empty when writing in place
+};
+
+}  // namespace kvl
