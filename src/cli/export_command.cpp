@@ -1,4 +1,5 @@
 #include "cli/export_command.h"
+#include "cli/preview_command.h"
 
 #include <cctype>
 #include <chrono>
@@ -147,6 +148,10 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
     }
   }
 
+  if (request.preview && !EndsInKvl(request.outputPath)) {
+    err << "kvlexp: --preview: " << request.outputPath << ": only a KVL file can be previewed; the text dump cannot\n";
+    return EXIT_USAGE;
+  }
   // Only the binary file can be read back; refused before anything happens.
   if (request.verify && !EndsInKvl(request.outputPath)) {
     err << "kvlexp: --verify: " << request.outputPath
@@ -219,6 +224,11 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
     err << "kvlexp: " << request.outputPath
         << ": --verify: the written file is not valid; it was left in place for inspection\n";
     return EXIT_FAILED;
+  }
+  if (request.preview) {
+    const PreviewRequest page{request.outputPath, DefaultPreviewPath(request.outputPath)};
+    const int status = RunPreview(page, out, err);
+    if (status != EXIT_OK) return EXIT_FAILED;
   }
   return EXIT_OK;
 }

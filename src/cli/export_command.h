@@ -20,6 +20,7 @@ struct ExportRequest {
   bool verify = false;                 // read a written KVL file back and validate it
   bool noSplit = false;                // keep oversized meshes whole, fields cut to 16 bits
   bool stats = false;                  // print phase times and counts after the export
+  bool preview = false;                // write OUTPUT.html beside a KVL output (kvlexp preview)
   std::string animation;               // the file's animation to export, by name or index; empty: the first
   DialogToolkit* dialogs = nullptr;    // shows the dialogs on a window, ignoring edits and cancel; null: none
 };

@@ -10,6 +10,7 @@
 #include "cli/export_command.h"
 #include "cli/info_command.h"
 #include "cli/inspect_command.h"
+#include "cli/preview_command.h"
 #include "cli/validate_command.h"
 #include "ui/fltk_display.h"
 #include "ui/fltk_toolkit.h"
@@ -63,6 +64,7 @@ int main(int argc, char** argv) {
   exportCmd->add_flag("--no-split", request.noSplit,
                       "keep meshes beyond the file's 16-bit fields whole (fields cut, with a warning)");
   exportCmd->add_flag("--stats", request.stats, "print the time of each phase and what was exported");
+  exportCmd->add_flag("--preview", request.preview, "also write OUTPUT.html, a page that shows the KVL file");
   exportCmd->add_flag("--gui", gui, "show the options and log dialogs on a window (needs a display)");
 
   kvl::cli::InfoRequest info;
@@ -84,6 +86,12 @@ int main(int argc, char** argv) {
   validateCmd->add_option("FILE", validate.path, "the KVL file to check")->required();
   validateCmd->add_flag("--json", validate.json, "print the report as one JSON document");
 
+  kvl::cli::PreviewRequest preview;
+  CLI::App* previewCmd = app.add_subcommand(
+      "preview", "Write one self-contained HTML page that shows a KVL file in the browser (three.js inside)");
+  previewCmd->add_option("FILE", preview.path, "the KVL file to show")->required();
+  previewCmd->add_option("-o,--output", preview.outputPath, "PAGE.html: the page to write (default FILE.html)");
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -93,6 +101,7 @@ int main(int argc, char** argv) {
   if (*infoCmd) return kvl::cli::RunInfo(info, std::cout, std::cerr);
   if (*inspectCmd) return kvl::cli::RunInspect(inspect, std::cout, std::cerr);
   if (*validateCmd) return kvl::cli::RunValidate(validate, std::cout, std::cerr);
+  if (*previewCmd) return kvl::cli::RunPreview(preview, std::cout, std::cerr);
   if (!*exportCmd) return kvl::cli::EXIT_USAGE;
 
   kvl::ui::FltkToolkit windowDialogs;

@@ -1,0 +1,80 @@
+#include "cli/preview_command.h"
+
+#include <filesystem>
+#include <fstream>
+#include <ostream>
+#include <vector>
+
+#include "cli/exit_codes.h"
+#include "cli/preview_page.h"
+#include "output/kvl_reader.h"
+
+namespace kvl::cli {
+namespace fs = std::filesystem;
+
+namespace {
+
+// The images of the file's textures that lie beside the page and that a
+// browser can show, as data URLs; the page draws a checker for the others.
+std::map<std::string, std::string> ImagesBeside(const std::vector<uint8_t>& kvl, const fs::path& folder) {
+  std::map<std::string, std::string> images;
+  const KvlDocument doc = ReadKvl(kvl);
+  for (const auto& [id, node] : doc.table) {
+    if (node->type != NODE_TEXTURE) continue;
+    const std::string& name = As<TextureNode>(*node).fileName;
+    const std::string mime = ImageMimeType(name);
+    if (mime.empty() || images.count(name) || name.find('/') != std::string::npos) continue;
+    std::vector<uint8_t> bytes;
+    std::string error;
+    if (!ReadFileBytes((folder / name).string(), bytes, error)) continue;
+    images[name] = "data:" + mime + ";base64," + Base64(bytes);
+  }
+  return images;
+}
+
+}  // namespace
+
+std::string DefaultPreviewPath(const std::string& kvlPath) { return kvlPath + ".html"; }
+
+int RunPreview(const PreviewRequest& request, std::ostream& out, std::ostream& err) {
+  std::vector<uint8_t> bytes;
+  std::string error;
+  if (!ReadFileBytes(request.path, bytes, error)) {
+    err << "kvlexp: " << request.path << ": " << error << "\n";
+    return EXIT_UNREADABLE;
+  }
+  const std::string pagePath = request.outputPath.empty() ? DefaultPreviewPath(request.path) : request.outputPath;
+  fs::path folder = fs::path(pagePath).parent_path();
+  if (folder.empty()) folder = ".";
+
+  PreviewInput input;
+  input.fileName = fs::path(request.path).filename().string();
+  input.kvl = bytes;
+  input.images = ImagesBeside(bytes, folder);
+  const std::string page = BuildPreviewPage(input);
+
+  // Written beside the target and moved over it, so that a failed write
+  // leaves no half page and keeps an earlier one.
+  const std::string temporary = pagePath + ".part";
+  {
+    std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
+    if (file) file.write(page.data(), static_cast<std::streamsize>(page.size()));
+    if (!file || !file.flush()) {
+      std::error_code ignored;
+      fs::remove(temporary, ignored);
+      err << "kvlexp: " << pagePath << ": cannot write the preview page\n";
+      return EXIT_FAILED;
+    }
+  }
+  std::error_code ec;
+  fs::rename(temporary, pagePath, ec);
+  if (ec) {
+    fs::remove(temporary, ec);
+    err << "kvlexp: " << pagePath << ": cannot write the preview page: " << ec.message() << "\n";
+    return EXIT_FAILED;
+  }
+  out << "kvlexp: preview of " << request.path << " written to " << pagePath << " (" << page.size() << " bytes)\n";
+  return EXIT_OK;
+}
+
+}  // namespace kvl::cli
