@@ -57,7 +57,7 @@ std::string WhyNotWritable(const std::string& path) {
   if (fs::is_directory(target, ec)) return "it is a directory";
   if (!fs::exists(dir, ec)) return "the folder " + dir.string() + " does not exist";
   if (!fs::is_directory(dir, ec)) return dir.string() + " is not a folder";
-  return "it could not be opened for writing";
+  return "";
 }
 
 // The host offers an exporter for the file types it names; like the
@@ -164,6 +164,7 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
   // Textures that the scene file carries inside it go beside the output.
   const fs::path outputFolder = fs::path(request.outputPath).parent_path();
   sourceOptions.textureFolder = outputFolder.empty() ? "." : outputFolder.string();
+  if (request.phase) request.phase(PHASE_READING);
   const auto loadStart = std::chrono::steady_clock::now();
   sources::SceneLoadResult loaded = sources::LoadSceneFile(request.scenePath, sourceOptions);
   const double loadSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - loadStart).count();
@@ -193,6 +194,7 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
   ExportRun run(!request.noSplit);
   {
     HostSession session(request, *loaded.scene, out, err);
+    if (request.phase) request.phase(PHASE_EXPORTING);
     exporter->DoExport(request.outputPath.c_str(), &run, &session.Core(), false, 0);
     dialogEndedWithCancel = session.OptionsCancelled();
     dialogRefused = session.Toolkit().Refused();
@@ -208,9 +210,14 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
         << ": unknown output type: the file name must end in KVL (binary scene) or TXT (text dump)\n";
     return EXIT_FAILED;
   }
-  if (!WasWritten(request.outputPath, probe)) {
-    err << "kvlexp: " << request.outputPath << ": cannot write the output file: "
-        << WhyNotWritable(request.outputPath) << "\n";
+  // The exporter says whether its writer finished the file; an older
+  // plug-in does not, and then the file itself has to tell.
+  const bool written = run.outputReported ? run.outputFailure.empty() : WasWritten(request.outputPath, probe);
+  if (!written) {
+    // The host's own explanation where it has one, else the system's.
+    std::string why = WhyNotWritable(request.outputPath);
+    if (why.empty()) why = !run.outputFailure.empty() ? run.outputFailure : "it could not be opened for writing";
+    err << "kvlexp: " << request.outputPath << ": cannot write the output file: " << why << "\n";
     return EXIT_FAILED;
   }
   if (request.stats) {

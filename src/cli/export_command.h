@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/isolation.h"
 #include "ui/headless_toolkit.h"
 
 namespace kvl::cli {
@@ -22,6 +23,7 @@ struct ExportRequest {
   bool stats = false;                  // print phase times and counts after the export
   bool preview = false;                // write OUTPUT.html beside a KVL output (kvlexp preview)
   std::string animation;               // the file's animation to export, by name or index; empty: the first
+  PhaseSignal phase;                   // told when the load and the export start; may be empty
   DialogToolkit* dialogs = nullptr;    // shows the dialogs on a window, ignoring edits and cancel; null: none
 };
 

@@ -20,9 +20,15 @@ class ExportRun : public host::ExpInterface {
   bool SplitOversizedMeshes() override { return split_; }
   void ReportPhase(const char* name, double seconds) override { phases.emplace_back(name, seconds); }
   void ReportCount(const char* name, uint64_t value) override { counts.emplace_back(name, value); }
+  void ReportOutput(const char*, const char* failure) override {
+    outputReported = true;
+    outputFailure = failure ? failure : "";
+  }
 
   std::vector<std::pair<std::string, double>> phases;
   std::vector<std::pair<std::string, uint64_t>> counts;
+  bool outputReported = false;  // a writer ran
+  std::string outputFailure;    // why the output is not whole; empty if it is
 
  private:
   bool split_;

@@ -61,6 +61,14 @@ int main(int argc, char** argv) {
   exportCmd->add_flag("--verify", request.verify,
                       "read the written KVL file back and validate it; errors give a non-zero exit");
   bool gui = false;
+  bool noIsolate = false;
+  kvl::cli::IsolationLimits limits;
+  std::string memoryLimit = "8G";
+  exportCmd->add_option("--timeout", limits.timeoutSeconds,
+                        "SECONDS: stop an export that takes longer (default 600; 0: no limit)")
+      ->check(CLI::NonNegativeNumber);
+  exportCmd->add_option("--memory-limit", memoryLimit, "SIZE: memory for the load and export (default 8G; 0: none)");
+  exportCmd->add_flag("--no-isolate", noIsolate, "run the load and export in this process (for debugging)");
   exportCmd->add_flag("--no-split", request.noSplit,
                       "keep meshes beyond the file's 16-bit fields whole (fields cut, with a warning)");
   exportCmd->add_flag("--stats", request.stats, "print the time of each phase and what was exported");
@@ -130,6 +138,20 @@ int main(int argc, char** argv) {
     std::error_code ec;
     std::filesystem::create_directories(request.driveFolder, ec);
   }
+  const std::optional<uint64_t> memory = kvl::cli::ParseSize(memoryLimit);
+  if (!memory) {
+    std::cerr << "kvlexp: --memory-limit " << memoryLimit << ": expected a size such as 512M or 8G (0: none)\n";
+    return kvl::cli::EXIT_USAGE;
+  }
+  limits.memoryBytes = *memory;
   request.showProgress = ::isatty(STDERR_FILENO) != 0;
-  return kvl::cli::RunExport(request, std::cout, std::cerr);
+  if (noIsolate) return kvl::cli::RunExport(request, std::cout, std::cerr);
+  // A crash, a hang or a runaway allocation in the importer or the exporter
+  // ends the child, not the command: it still reports and exits cleanly.
+  return kvl::cli::RunIsolated(
+      [&](const kvl::cli::PhaseSignal& phase) {
+        request.phase = phase;
+        return kvl::cli::RunExport(request, std::cout, std::cerr);
+      },
+      limits, request.scenePath, request.outputPath, std::cerr);
 }
