@@ -20,8 +20,10 @@ bool LooksLikePly(const uint8_t* data, size_t size) { return size >= 3 && std::m
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  char pattern[] = "/tmp/kvl_fuzz_import_XXXXXX";
-  if (!mkdtemp(pattern)) std::abort();
+  // Memory-backed when the system has it: the file is rewritten on every run.
+  std::string pattern = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
+  pattern += "/kvl_fuzz_import_XXXXXX";
+  if (!mkdtemp(pattern.data())) std::abort();
   scratchFolder = pattern;
   std::atexit([] { rmdir(scratchFolder.c_str()); });
   return 0;

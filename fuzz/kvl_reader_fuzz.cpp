@@ -38,10 +38,11 @@ void CheckReencoding(std::span<const uint8_t> bytes, const kvl::KvlDocument& doc
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::span<const uint8_t> bytes(data, size);
-  const kvl::KvlDocument doc = kvl::ReadKvl(bytes);
+  // The validation reads the file itself; its document is the reader's.
+  const kvl::Validation validation = kvl::ValidateKvl(bytes);
+  const kvl::KvlDocument& doc = validation.document;
   if (doc.fileSize != size) std::abort();
   CheckReencoding(bytes, doc);
-  const kvl::Validation validation = kvl::ValidateKvl(bytes);
   if (validation.errors + validation.warnings != validation.problems.size()) std::abort();
   for (const kvl::FileProblem& problem : validation.problems) {
     if (problem.message.empty() || kvl::FormatProblem(problem).empty()) std::abort();

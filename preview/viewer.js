@@ -35,6 +35,13 @@ document.getElementById("validity").textContent = page.errors === 0
 
 // ---- renderer ----
 const view = document.getElementById("view");
+// ?canvas=WxH: the picture alone, that size, at the page's top left corner,
+// so that a screenshot has it at a known place whatever the window.
+const fixedSize = /^(\d+)x(\d+)$/.exec(params.get("canvas") || "");
+if (fixedSize) {
+  Object.assign(view.style, { position: "fixed", left: "0", top: "0", zIndex: "10",
+                              width: fixedSize[1] + "px", height: fixedSize[2] + "px" });
+}
 const renderer = new THREE.WebGLRenderer({ antialias: false, preserveDrawingBuffer: true });
 renderer.setPixelRatio(1);
 view.appendChild(renderer.domElement);
@@ -396,9 +403,14 @@ function frameScene() {
   const box = new THREE.Box3();
   fileRoot.traverse((o) => { if (o.isMesh) box.expandByObject(o); });
   if (box.isEmpty()) box.setFromCenterAndSize(new THREE.Vector3(), new THREE.Vector3(2, 2, 2));
-  const centre = box.getCenter(new THREE.Vector3());
+  let centre = box.getCenter(new THREE.Vector3());
   const radius = Math.max(box.getSize(new THREE.Vector3()).length() / 2, 0.1);
-  const distance = radius / Math.sin(THREE.MathUtils.degToRad(orbitCamera.fov / 2));
+  let distance = radius / Math.sin(THREE.MathUtils.degToRad(orbitCamera.fov / 2));
+  // ?view=origin: a fixed front view of the origin, the same for every file.
+  if (params.get("view") === "origin") {
+    centre = new THREE.Vector3();
+    distance = Number(params.get("distance") || 10);
+  }
   orbitCamera.near = distance / 100;
   orbitCamera.far = distance * 100;
   orbitCamera.position.set(centre.x, centre.y, centre.z + distance);
@@ -514,7 +526,13 @@ setTime(now);
 showTime();
 
 const summaryElement = document.getElementById("kvl-summary");
-summaryElement.textContent = JSON.stringify(Object.assign({}, summary, { built, problems: problems.length }));
+// Where each animation group stands at the shown time, in the file's axes.
+// Where the picture lies on the page, in CSS pixels (the pixel ratio is 1).
+const rect = renderer.domElement.getBoundingClientRect();
+built.viewport = { x: rect.left, y: rect.top, width: rect.width, height: rect.height };
+const animatedAt = animated.map((a) => ({ id: a.rec.id, name: a.rec.name, time: now,
+                                          position: a.object.position.toArray() }));
+summaryElement.textContent = JSON.stringify(Object.assign({}, summary, { built, animatedAt, problems: problems.length }));
 
 let rendered = 0;
 function frame(time) {

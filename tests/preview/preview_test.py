@@ -1,0 +1,204 @@
+#!/usr/bin/env python3
+"""Runs `kvlexp preview` pages in headless Chromium and checks what they show.
+
+Usage: preview_test.py KVLEXP SCENES_DIR EXAMPLES_DIR CASE
+CASE is one of: demo, red_cube, cube_right, anim. Exits non-zero on failure.
+"""
+import html
+import json
+import math
+import os
+import re
+import struct
+import subprocess
+import sys
+import tempfile
+import zlib
+
+KVLEXP, SCENES, EXAMPLES, CASE = sys.argv[1:5]
+WIDTH, HEIGHT = 900, 700
+failures = []
+
+
+def check(condition, message):
+    if not condition:
+        failures.append(message)
+        print("FAIL:", message)
+
+
+def run(args, **kw):
+    result = subprocess.run(args, capture_output=True, text=True, timeout=120, **kw)
+    if result.returncode != 0:
+        raise SystemExit(f"{' '.join(args)} exited {result.returncode}:\n{result.stdout}\n{result.stderr}")
+    return result.stdout
+
+
+def chromium(work, url, *extra):
+    profile = tempfile.mkdtemp(dir=work, prefix="profile-")
+    args = ["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--enable-unsafe-swiftshader",
+            "--disable-quic", "--no-first-run", "--disable-background-networking", "--disable-component-update",
+            "--disable-sync", "--hide-scrollbars", f"--user-data-dir={profile}", f"--window-size={WIDTH},{HEIGHT}",
+            "--virtual-time-budget=8000", *extra, url]
+    return subprocess.run(args, capture_output=True, text=True, timeout=120).stdout
+
+
+def element_text(dom, element_id):
+    match = re.search(r'<[a-z]+ id="' + element_id + r'"[^>]*>(.*?)</', dom, re.S)
+    return html.unescape(match.group(1)) if match else None
+
+
+def read_png(path):
+    """RGB rows of an 8-bit RGB or RGBA PNG, decoded with zlib alone."""
+    data = open(path, "rb").read()
+    assert data[:8] == b"\x89PNG\r\n\x1a\n", "not a PNG"
+    pos, idat = 8, b""
+    while pos < len(data):
+        length, kind = struct.unpack(">I4s", data[pos:pos + 8])
+        body = data[pos + 8:pos + 8 + length]
+        if kind == b"IHDR":
+            width, height, depth, colour = struct.unpack(">IIBB", body[:10])
+        elif kind == b"IDAT":
+            idat += body
+        pos += 12 + length
+    assert depth == 8 and colour in (2, 6), f"unexpected PNG format depth {depth} colour {colour}"
+    bpp = 3 if colour == 2 else 4
+    raw = zlib.decompress(idat)
+    stride = width * bpp
+    rows, prev, at = [], bytearray(stride), 0
+    for _ in range(height):
+        kind, line = raw[at], bytearray(raw[at + 1:at + 1 + stride])
+        at += 1 + stride
+        for i in range(stride):
+            a = line[i - bpp] if i >= bpp else 0
+            b = prev[i]
+            c = prev[i - bpp] if i >= bpp else 0
+            if kind == 1: line[i] = (line[i] + a) & 255
+            elif kind == 2: line[i] = (line[i] + b) & 255
+            elif kind == 3: line[i] = (line[i] + (a + b) // 2) & 255
+            elif kind == 4:
+                p = a + b - c
+                pa, pb, pc = abs(p - a), abs(p - b), abs(p - c)
+                line[i] = (line[i] + (a if pa <= pb and pa <= pc else b if pb <= pc else c)) & 255
+        rows.append([tuple(line[x * bpp:x * bpp + 3]) for x in range(width)])
+        prev = line
+    return rows
+
+
+def is_red(p):
+    r, g, b = p
+    return r > 80 and r > 2 * g + 20 and r > 2 * b + 20
+
+
+def red_pixels(rows, view):
+    x0, y0 = int(view["x"]), int(view["y"])
+    x1, y1 = x0 + int(view["width"]), y0 + int(view["height"])
+    return [(x, y) for y in range(y0, min(y1, len(rows))) for x in range(x0, min(x1, len(rows[0])))
+            if is_red(rows[y][x])]
+
+
+def read_sequence_samples(kvl_path):
+    """Sequence 0 of each animation group chunk (1005), parsed here on its own."""
+    data, pos, groups = open(kvl_path, "rb").read(), 0, {}
+    while pos + 12 <= len(data):
+        kind, version, node_id, size = struct.unpack("<HHII", data[pos:pos + 12])
+        if kind == 1005:
+            p = pos + 12 + 4
+            name_len = data[p]
+            p += 1 + name_len + 2
+            start, end, rate, flags = struct.unpack("<iifH", data[p:p + 14])
+            p += 14
+            constant = {}
+            for bit, key, n in ((2, "position", 3), (4, "rotation", 4), (8, "scale", 3)):
+                if not flags & bit:
+                    constant[key] = struct.unpack(f"<{n}f", data[p:p + 4 * n]); p += 4 * n
+            count = struct.unpack("<I", data[p:p + 4])[0]; p += 4
+            samples = []
+            for _ in range(count):
+                s = dict(constant)
+                for bit, key, n in ((2, "position", 3), (4, "rotation", 4), (8, "scale", 3)):
+                    if flags & bit:
+                        s[key] = struct.unpack(f"<{n}f", data[p:p + 4 * n]); p += 4 * n
+                samples.append(s)
+            groups[node_id] = {"startTime": start, "sampleRate": rate, "samples": samples}
+        pos += 12 + size
+    return groups
+
+
+def main():
+    work = tempfile.mkdtemp(prefix="kvl-preview-")
+    scene = os.path.join(EXAMPLES, "demo.json") if CASE == "demo" else os.path.join(SCENES, f"preview_{CASE}.json")
+    kvl = os.path.join(work, f"{CASE}.kvl")
+    run([KVLEXP, "export", scene, kvl, "--preview", "--drive-c", os.path.join(work, "c")], cwd=work)
+    page = kvl + ".html"
+    check(os.path.getsize(page) > 100000, "export --preview wrote the page beside the output")
+    run([KVLEXP, "preview", kvl, "-o", os.path.join(work, "page.html")])
+
+    query = "?canvas=640x480&" + ("markers=0&view=origin&distance=10" if CASE != "demo" else "markers=1")
+    if CASE == "anim":
+        groups = read_sequence_samples(kvl)
+        check(len(groups) == 1, f"one animation group in the file, found {len(groups)}")
+        group_id, seq = next(iter(groups.items()))
+        middle = len(seq["samples"]) // 2
+        time_ms = middle * 1000.0 / seq["sampleRate"] - seq["startTime"]
+        expected = seq["samples"][middle]["position"]
+        query += f"&time={time_ms / 1000.0!r}"
+    url = "file://" + os.path.join(work, "page.html") + query
+
+    dom = chromium(work, url, "--dump-dom")
+    errors = element_text(dom, "kvl-js-errors")
+    check(errors is not None and errors.strip() == "", f"no JavaScript error (got {errors!r})")
+    check(element_text(dom, "kvl-ready") == "ready", "the page finished rendering")
+    shown = json.loads(element_text(dom, "kvl-summary") or "{}")
+    inspected = json.loads(run([KVLEXP, "inspect", "--json", kvl]))
+    for key in ("hierarchy", "meshes", "materials", "textures", "animations"):
+        check(shown.get(key) == inspected[key], f"the page's {key} equal inspect --json's")
+    totals = {k: v for k, v in inspected["totals"].items() if k not in ("errors", "warnings")}
+    check(shown.get("totals") == totals, f"the page's totals {shown.get('totals')} equal inspect's {totals}")
+    built = shown.get("built", {})
+    check(built.get("drawnTriangles") == inspected["totals"]["triangles"],
+          f"the page drew {built.get('drawnTriangles')} triangles, the file has {inspected['totals']['triangles']}")
+    check(shown.get("problems") == 0, "the page met no problem in the file")
+
+    shot = os.path.join(work, "shot.png")
+    chromium(work, url, f"--screenshot={shot}")
+    rows = read_png(shot)
+    view = built["viewport"]
+    check(view == {"x": 0, "y": 0, "width": 640, "height": 480}, f"the picture lies at the top left, 640x480: {view}")
+    cx, cy = view["x"] + view["width"] / 2, view["y"] + view["height"] / 2
+    red = red_pixels(rows, view)
+    if CASE == "red_cube":
+        check(is_red(rows[int(cy)][int(cx)]), f"the centre pixel is red, got {rows[int(cy)][int(cx)]}")
+        check(len(red) > 500, f"the cube covers many pixels, {len(red)} red")
+    elif CASE == "cube_right":
+        check(len(red) > 200, f"the cube is in the picture, {len(red)} red pixels")
+        check(all(x > cx for x, _ in red), "no red pixel on the left half of a front view")
+        if red:
+            mean_x = sum(x for x, _ in red) / len(red)
+            # Three units right of a camera 10 units away with a 45 degree vertical field of view.
+            want = cx + 3 / (10 * math.tan(math.radians(22.5))) * view["height"] / 2
+            check(abs(mean_x - want) < 0.04 * view["width"], f"the cube centre at x={mean_x:.0f}, expected {want:.0f}")
+    elif CASE == "anim":
+        at = shown.get("animatedAt", [])
+        check(len(at) == 1 and at[0]["id"] == group_id, "the page reports the animated group")
+        if at:
+            got = at[0]["position"]
+            check(all(abs(g - e) < 1e-5 for g, e in zip(got, expected)),
+                  f"at the middle sample the group stands at {got}, the file says {list(expected)}")
+        if red:
+            mean_x = sum(x for x, _ in red) / len(red)
+            want = cx + expected[0] / (10 * math.tan(math.radians(22.5))) * view["height"] / 2
+            check(abs(mean_x - want) < 0.04 * view["width"], f"the moving cube at x={mean_x:.0f}, expected {want:.0f}")
+        check(len(red) > 200, f"the moving cube is in the picture, {len(red)} red pixels")
+    else:
+        background = rows[int(cy)][int(view["x"]) + 2]
+        drawn = sum(1 for y in range(int(view["y"]), int(view["y"] + view["height"]), 4)
+                    for x in range(int(view["x"]), int(view["x"] + view["width"]), 4) if rows[y][x] != background)
+        check(drawn > 500, f"the demo scene draws something, {drawn} sampled pixels differ from the background")
+    if failures:
+        print(f"{CASE}: {len(failures)} checks failed; files in {work}")
+        return 1
+    print(f"{CASE}: all checks passed")
+    return 0
+
+
+sys.exit(main())
