@@ -36,6 +36,9 @@ class Relayout {
     for (size_t f = 0; f < buffer.lists.size(); ++f) {
       old_[f] = std::move(buffer.lists[f].vertices);
       buffer.lists[f].vertices.clear();
+      // Pieces repeat only the vertices on their borders: a little more room
+      // than before is enough to grow once.
+      buffer.lists[f].vertices.reserve(old_[f].size() + old_[f].size() / 8);
     }
     const size_t oldCount = old_.empty() ? 0 : old_[0].size();
     pieceOf_.assign(oldCount, NONE);
