@@ -157,6 +157,11 @@ void KVLExp::WriteOutput(const std::string& name, host::ExpInterface& host) {
 }
 
 void KVLExp::SplitMeshes() {
+  for (const SplitReport& r : DropOversizedAnimations(table_)) {
+    log_.Log(r.meshName + ": " + std::to_string(r.pieces) +
+                 " animation sequences, more than the 65535 a group can hold; its animation is left out",
+             LOG_ERROR);
+  }
   for (const SplitReport& r : SplitOversizedMeshes(table_, [this] { return AllocateId(); })) {
     if (r.refused) {
       log_.Log(r.meshName + ": " + std::to_string(r.triangles) + " triangles need " + std::to_string(r.pieces) +

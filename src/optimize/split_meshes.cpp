@@ -174,4 +174,20 @@ std::vector<SplitReport> SplitOversizedMeshes(NodeTable& table, const std::funct
   return reports;
 }
 
+std::vector<SplitReport> DropOversizedAnimations(NodeTable& table, uint64_t maxSequences) {
+  std::vector<SplitReport> reports;
+  for (const auto& [id, node] : table) {
+    if (node->type != NODE_PRS_ANIMATION || !table.ShouldWrite(*node)) continue;
+    auto& group = As<PRSAnimationGroup>(*node);
+    if (group.sequences.size() <= maxSequences) continue;
+    SplitReport report;
+    report.meshName = group.name;
+    report.pieces = group.sequences.size();
+    report.refused = true;
+    reports.push_back(report);
+    group.sequences.clear();
+  }
+  return reports;
+}
+
 }  // namespace kvl

@@ -33,4 +33,9 @@ bool NeedsSplit(const NodeTable& table, const MeshNode& mesh);
 std::vector<SplitReport> SplitOversizedMeshes(NodeTable& table, const std::function<uint32_t()>& allocateId,
                                               uint64_t maxSubmeshes = FILE_LIMIT);
 
+// A sequence count is a 16-bit field too, and sequences cannot be split: an
+// animation group beyond it loses its sequences, so that no file claims to
+// hold them. Reports carry the group's name and its sequence count.
+std::vector<SplitReport> DropOversizedAnimations(NodeTable& table, uint64_t maxSequences = FILE_LIMIT);
+
 }  // namespace kvl

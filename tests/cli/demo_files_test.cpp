@@ -58,5 +58,21 @@ TEST_F(DemoFilesTest, OptimizedUnoptimizedAndDumpMatchTheKeptFiles) {
   EXPECT_EQ(Export("demo.txt", {}), ReadAll(expected / "demo.txt"));
 }
 
+TEST_F(DemoFilesTest, LogFileAndLogDialogShowTheKeptLog) {
+  ExportRequest request;
+  request.scenePath = std::string(KVL_EXAMPLES_DIR) + "/demo.json";
+  request.outputPath = "logged.kvl";  // relative, as the kept log names it
+  request.edits = {{"outputlog", "1"}};
+  request.driveFolder = (dir / "c").string();
+  request.pluginPath = KVL_PLUGIN_PATH;
+  std::ostringstream out, err;
+  ASSERT_EQ(RunExport(request, out, err), EXIT_OK) << err.str();
+  const std::string kept = ReadAll(fs::path(KVL_TEST_DIR) / "expected" / "demo.log");
+  // Every line ends in CR LF, the last one too.
+  EXPECT_EQ(kept.substr(kept.size() - 31), "Export completed successfully\r\n");
+  EXPECT_EQ(ReadAll(dir / "c" / "kvlexp.log"), kept);
+  EXPECT_EQ(out.str(), kept);  // the log dialog of the command line
+}
+
 }  // namespace
 }  // namespace kvl::cli

@@ -221,5 +221,23 @@ TEST(SplitMeshes, ALargeOffsetAloneFitsTheFile) {
   EXPECT_TRUE(NeedsSplit(b.table, *b.mesh));
 }
 
+TEST(SplitMeshes, AnimationGroupsBeyondTheSequenceFieldLoseTheirSequences) {
+  NodeTable table;
+  auto group = std::make_unique<PRSAnimationGroup>();
+  group->id = 1;
+  group->reachable = 1;
+  group->name = "anim_Busy";
+  group->sequences.resize(3);
+  PRSAnimationGroup& busy = *group;
+  table.Insert(std::move(group));
+  EXPECT_TRUE(DropOversizedAnimations(table, 3).empty());  // at the limit: kept
+  EXPECT_EQ(busy.sequences.size(), 3u);
+  const std::vector<SplitReport> reports = DropOversizedAnimations(table, 2);
+  ASSERT_EQ(reports.size(), 1u);
+  EXPECT_EQ(reports[0].meshName, "anim_Busy");
+  EXPECT_EQ(reports[0].pieces, 3u);
+  EXPECT_TRUE(busy.sequences.empty());
+}
+
 }  // namespace
 }  // namespace kvl
