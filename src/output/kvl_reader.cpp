@@ -84,16 +84,6 @@ uint32_t ReadLE(std::span<const uint8_t> bytes, size_t at, int size) {
   return value;
 }
 
-FileProblem ChunkProblem(const ChunkEntry& chunk, size_t offset, Severity severity, std::string message) {
-  FileProblem p;
-  p.offset = offset;
-  p.inChunk = true;
-  p.chunkType = chunk.chunkType;
-  p.id = chunk.id;
-  p.severity = severity;
-  p.message = std::move(message);
-  return p;
-}
 
 // Decodes one complete chunk and files its record.
 void ReadChunk(KvlDocument& doc, std::span<const uint8_t> payload, size_t index) {
@@ -124,6 +114,17 @@ void ReadChunk(KvlDocument& doc, std::span<const uint8_t> payload, size_t index)
 }
 
 }  // namespace
+
+FileProblem ChunkProblem(const ChunkEntry& chunk, size_t offset, Severity severity, std::string message) {
+  FileProblem p;
+  p.offset = offset;
+  p.inChunk = true;
+  p.chunkType = chunk.chunkType;
+  p.id = chunk.id;
+  p.severity = severity;
+  p.message = std::move(message);
+  return p;
+}
 
 const ChunkEntry* KvlDocument::ChunkOf(uint32_t id) const {
   auto it = chunkById.find(id);

@@ -60,6 +60,9 @@ struct KvlDocument {
 
 // Decodes every chunk of `bytes`. Never fails: what cannot be read is in
 // `problems`.
+// A problem found inside `chunk`, at byte `offset` of the file.
+FileProblem ChunkProblem(const ChunkEntry& chunk, size_t offset, Severity severity, std::string message);
+
 KvlDocument ReadKvl(std::span<const uint8_t> bytes);
 
 // The whole file, or false with a reason in `error`.

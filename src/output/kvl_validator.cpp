@@ -69,14 +69,7 @@ class Checker {
 
  private:
   void Report(const ChunkEntry& chunk, size_t offset, Severity severity, std::string message) {
-    FileProblem p;
-    p.offset = offset;
-    p.inChunk = true;
-    p.chunkType = chunk.chunkType;
-    p.id = chunk.id;
-    p.severity = severity;
-    p.message = std::move(message);
-    out_.push_back(std::move(p));
+    out_.push_back(ChunkProblem(chunk, offset, severity, std::move(message)));
   }
   const ChunkEntry& ChunkFor(const SceneNode& node) const { return *doc_.ChunkOf(node.id); }
   size_t PayloadOf(const SceneNode& node) const { return ChunkFor(node).offset + Chunk::HEADER_SIZE; }

@@ -13,6 +13,7 @@
 
 #include "cli/exit_codes.h"
 #include "cli/export_command.h"
+#include "working_folder.h"
 
 namespace kvl::cli {
 namespace {
@@ -26,16 +27,8 @@ std::string ReadAll(const fs::path& path) {
 
 class DemoFilesTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    dir = fs::temp_directory_path() / ("kvl_demo_files_" + std::to_string(::getpid()));
-    fs::create_directories(dir / "c");
-    previous = fs::current_path();
-    fs::current_path(dir);
-  }
-  void TearDown() override {
-    fs::current_path(previous);
-    fs::remove_all(dir);
-  }
+  testing::WorkingFolder folder{"demo_files"};
+  const fs::path& dir = folder.path();
   std::string Export(const std::string& output, std::vector<ui::ControlEdit> edits) {
     ExportRequest request;
     request.scenePath = std::string(KVL_EXAMPLES_DIR) + "/demo.json";
@@ -48,7 +41,6 @@ class DemoFilesTest : public ::testing::Test {
     EXPECT_EQ(RunExport(request, out, err), EXIT_OK) << err.str();
     return ReadAll(dir / output);
   }
-  fs::path dir, previous;
 };
 
 TEST_F(DemoFilesTest, OptimizedUnoptimizedAndDumpMatchTheKeptFiles) {

@@ -8,6 +8,7 @@
 
 #include "cli/exit_codes.h"
 #include "cli/export_command.h"
+#include "working_folder.h"
 
 namespace kvl::cli {
 namespace {
@@ -18,16 +19,8 @@ class ExportCommandTest : public ::testing::Test {
  protected:
   // Each test runs in a folder of its own: an output path with forward
   // slashes puts the settings file in the working folder.
-  void SetUp() override {
-    dir = fs::temp_directory_path() / ("kvl_cli_test_" + std::to_string(::getpid()));
-    fs::create_directories(dir / "c");
-    previous = fs::current_path();
-    fs::current_path(dir);
-  }
-  void TearDown() override {
-    fs::current_path(previous);
-    fs::remove_all(dir);
-  }
+  testing::WorkingFolder folder{"cli_test"};
+  const fs::path& dir = folder.path();
 
   fs::path WriteScene(const std::string& name, const std::string& text) {
     const fs::path path = dir / name;
@@ -57,7 +50,6 @@ class ExportCommandTest : public ::testing::Test {
     return text;
   }
 
-  fs::path dir, previous;
   std::ostringstream out, err;
 };
 

@@ -22,6 +22,7 @@
 #include "output/kvl_reader.h"
 #include "output/kvl_validator.h"
 #include "record_compare.h"
+#include "working_folder.h"
 
 namespace kvl {
 namespace {
@@ -43,16 +44,6 @@ std::vector<fs::path> AllScenes() {
   return scenes;
 }
 
-std::vector<uint8_t> Reencoded(const NodeTable& table) {
-  std::vector<uint8_t> bytes;
-  for (const auto& [id, node] : table) {
-    if (std::unique_ptr<Chunk> chunk = EncodeNode(*node)) {
-      const std::vector<uint8_t> more = chunk->Bytes();
-      bytes.insert(bytes.end(), more.begin(), more.end());
-    }
-  }
-  return bytes;
-}
 
 std::string Listing(const std::vector<FileProblem>& problems) {
   std::string text;
@@ -84,7 +75,7 @@ void ExpectRoundTrip(const fs::path& scene, const std::string& settings) {
   EXPECT_EQ(v.document.table.Size(), carried);
   EXPECT_EQ(v.document.chunks.size(), carried);
   // Writing what was read gives the same bytes again.
-  EXPECT_TRUE(Reencoded(v.document.table) == run.file);
+  EXPECT_TRUE(testing::FileOf(v.document.table) == run.file);
 }
 
 TEST(KvlRoundTrip, EveryTestSceneAndTheDemoComeBackRecordForRecord) {
@@ -376,16 +367,8 @@ TEST_F(Commands, ValidateExitsByWhatItFinds) {
 
 class Verify : public ::testing::Test {
  protected:
-  void SetUp() override {
-    dir = fs::temp_directory_path() / ("kvl_verify_test_" + std::to_string(::getpid()));
-    fs::create_directories(dir / "c");
-    previous = fs::current_path();
-    fs::current_path(dir);
-  }
-  void TearDown() override {
-    fs::current_path(previous);
-    fs::remove_all(dir);
-  }
+  testing::WorkingFolder folder{"verify_test"};
+  const fs::path& dir = folder.path();
   int Run(const std::string& scene, const std::string& output) {
     cli::ExportRequest request;
     request.scenePath = scene;
@@ -395,7 +378,6 @@ class Verify : public ::testing::Test {
     request.verify = true;
     return cli::RunExport(request, out, err);
   }
-  fs::path dir, previous;
   std::ostringstream out, err;
 };
 

@@ -23,17 +23,6 @@ namespace {
 
 using test::ByteBuilder;
 
-// The bytes of every record of `table`, as the writer puts them in a file.
-std::vector<uint8_t> FileOf(const NodeTable& table) {
-  std::vector<uint8_t> bytes;
-  for (const auto& [id, node] : table) {
-    if (std::unique_ptr<Chunk> chunk = EncodeNode(*node)) {
-      const std::vector<uint8_t> more = chunk->Bytes();
-      bytes.insert(bytes.end(), more.begin(), more.end());
-    }
-  }
-  return bytes;
-}
 
 template <class T>
 T& Add(NodeTable& table, uint32_t id) {
@@ -157,7 +146,7 @@ void FillEveryType(NodeTable& t) {
 TEST(KvlReader, EveryChunkTypeComesBackAsTheRecordThatWasWritten) {
   NodeTable written;
   FillEveryType(written);
-  const std::vector<uint8_t> file = FileOf(written);
+  const std::vector<uint8_t> file = testing::FileOf(written);
   const KvlDocument doc = ReadKvl(file);
 
   for (const FileProblem& p : doc.problems) ADD_FAILURE() << FormatProblem(p);
@@ -169,7 +158,7 @@ TEST(KvlReader, EveryChunkTypeComesBackAsTheRecordThatWasWritten) {
     testing::ExpectSameRecord(*node, *read);
   }
   // Writing what was read gives the same bytes again.
-  EXPECT_TRUE(test::SameBytes(file, FileOf(doc.table)));
+  EXPECT_TRUE(test::SameBytes(file, testing::FileOf(doc.table)));
 
   // The chunk list holds every header as the file has it.
   const ChunkEntry* morph = doc.ChunkOf(4);
@@ -306,7 +295,7 @@ TEST(KvlReader, ValueProblemsNameTheFieldAndItsOffset) {
 TEST(KvlReader, EveryTruncationIsAnErrorAndNothingHangs) {
   NodeTable written;
   FillEveryType(written);
-  const std::vector<uint8_t> file = FileOf(written);
+  const std::vector<uint8_t> file = testing::FileOf(written);
   const KvlDocument whole = ReadKvl(file);
   std::vector<size_t> boundaries;
   for (const ChunkEntry& c : whole.chunks) boundaries.push_back(c.offset);
@@ -346,7 +335,7 @@ class Checks : public ::testing::Test {
     Add<TextureNode>(table, 6).fileName = "t.bmp";
   }
   std::vector<FileProblem> Errors() {
-    const Validation v = ValidateKvl(FileOf(table));
+    const Validation v = ValidateKvl(testing::FileOf(table));
     std::vector<FileProblem> errors;
     for (const FileProblem& p : v.problems) {
       if (p.severity == Severity::ERROR) errors.push_back(p);
@@ -358,7 +347,7 @@ class Checks : public ::testing::Test {
 };
 
 TEST_F(Checks, AValidTableHasNoProblems) {
-  const Validation v = ValidateKvl(FileOf(table));
+  const Validation v = ValidateKvl(testing::FileOf(table));
   EXPECT_TRUE(v.Valid());
   EXPECT_EQ(v.warnings, 0u);
   for (const FileProblem& p : v.problems) ADD_FAILURE() << FormatProblem(p);
@@ -405,7 +394,7 @@ TEST_F(Checks, IndicesCountsAndOffsets) {
 }
 
 TEST_F(Checks, IdsMustAscendOnceEach) {
-  std::vector<uint8_t> file = FileOf(table);
+  std::vector<uint8_t> file = testing::FileOf(table);
   const KvlDocument doc = ReadKvl(file);
   // The texture chunk (the last) takes the material's id 5, and the root
   // chunk (the first) id 9, above the geometry's id 1 behind it.

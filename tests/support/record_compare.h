@@ -10,8 +10,12 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <vector>
 
+#include "output/binary_writer.h"
+#include "scene/node_table.h"
 #include "scene/scene_nodes.h"
 
 namespace kvl::testing {
@@ -317,6 +321,18 @@ inline void ExpectSameRecord(const SceneNode& written, const SceneNode& read) {
     default:
       ADD_FAILURE() << "a record of a type the file has no chunk for";
   }
+}
+
+// The bytes of every record of `table`, as the writer puts them in a file.
+inline std::vector<uint8_t> FileOf(const NodeTable& table) {
+  std::vector<uint8_t> bytes;
+  for (const auto& [id, node] : table) {
+    if (std::unique_ptr<Chunk> chunk = EncodeNode(*node)) {
+      const std::vector<uint8_t> more = chunk->Bytes();
+      bytes.insert(bytes.end(), more.begin(), more.end());
+    }
+  }
+  return bytes;
 }
 
 }  // namespace kvl::testing
