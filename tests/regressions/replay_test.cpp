@@ -48,11 +48,11 @@ size_t Replay(const std::filesystem::path& folder) {
   return files.size();
 }
 
-TEST(FuzzReplay, SeedsPassTheTargetsChecks) {
+TEST(KVL_REPLAY_SUITE, SeedsPassTheTargetsChecks) {
   EXPECT_GT(Replay(KVL_SEED_DIR), 0u) << "no seeds in " << KVL_SEED_DIR;
 }
 
-TEST(FuzzReplay, FoundCrashesStayFixed) {
+TEST(KVL_REPLAY_SUITE, FoundCrashesStayFixed) {
   // A target that never crashed has no folder yet.
   Replay(KVL_REGRESSION_DIR);
 }
