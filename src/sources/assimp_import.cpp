@@ -70,15 +70,23 @@ SceneLoadResult LoadAssimpSceneFile(const std::string& path, const SourceOptions
     result.error = "cannot import: it is a folder, not a file";
     return result;
   }
-  if (FormatOf(path) == "ply") {
-    result.error = CheckPlyFile(path);
-    if (!result.error.empty()) return result;
-  }
+  result.error = CheckPlyFile(path);
+  if (!result.error.empty()) return result;
   Assimp::Importer importer;
   Configure(importer);
   const aiScene* ai = nullptr;
   try {
-    ai = importer.ReadFile(path, AssimpPostProcessSteps());
+    // Read first, check, and only then post-process: see
+    // CheckFacesBeforePostProcessing.
+    ai = importer.ReadFile(path, 0);
+    if (ai && !(ai->mFlags & AI_SCENE_FLAGS_INCOMPLETE)) {
+      const std::string problem = CheckFacesBeforePostProcessing(*ai);
+      if (!problem.empty()) {
+        result.error = "cannot import: " + problem;
+        return result;
+      }
+      ai = importer.ApplyPostProcessing(AssimpPostProcessSteps());
+    }
   } catch (const std::bad_alloc&) {
     result.error = "cannot import: too large to load (out of memory)";
     return result;

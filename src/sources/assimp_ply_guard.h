@@ -1,14 +1,16 @@
-// Assimp 5.2's PLY reader loops for ever on a header without its end, and
-// stops the program on some cut-off bodies. PLY files are therefore checked
-// here first: a complete header, and a body at least as long as its
-// elements need.
+// Assimp 5.2's PLY reader loops for ever or reads past its buffers on
+// headers it does not know or that have no end, and stops the program on
+// some cut-off bodies. PLY files (by name or by their first bytes) are
+// therefore checked here first: a header of PLY's own lines, complete, and a
+// body at least as long as its elements need.
 #pragma once
 
 #include <string>
 
 namespace kvl::sources {
 
-// Empty if the file may go to Assimp, else what is wrong with it.
+// Empty if the file may go to Assimp (or is no PLY file), else what is
+// wrong with it.
 std::string CheckPlyFile(const std::string& path);
 
 }  // namespace kvl::sources

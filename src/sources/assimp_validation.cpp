@@ -1,5 +1,6 @@
 #include "sources/assimp_validation.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace kvl::sources {
@@ -21,6 +22,22 @@ std::string MeshName(const aiScene& scene, unsigned index) {
   return "mesh " + std::to_string(index) + (name.empty() ? "" : " " + Quote(name));
 }
 
+// The first corner that names a vertex the mesh does not have, as text.
+std::string FaceIndexProblem(const aiMesh& mesh) {
+  for (unsigned f = 0; f < mesh.mNumFaces; ++f) {
+    const aiFace& face = mesh.mFaces[f];
+    if (!face.mIndices) continue;
+    for (unsigned k = 0; k < face.mNumIndices; ++k) {
+      if (face.mIndices[k] >= mesh.mNumVertices) {
+        return "face " + std::to_string(f) + " corner " + std::to_string(k) + ": index " +
+               std::to_string(face.mIndices[k]) + " out of range (" + std::to_string(mesh.mNumVertices) +
+               " vertices)";
+      }
+    }
+  }
+  return "";
+}
+
 void CheckMesh(AssimpBuild& build, unsigned index) {
   const aiMesh& mesh = *build.ai.mMeshes[index];
   const std::string what = MeshName(build.ai, index);
@@ -32,20 +49,11 @@ void CheckMesh(AssimpBuild& build, unsigned index) {
     Refuse(what + ": material index " + std::to_string(mesh.mMaterialIndex) + " out of range (" +
            std::to_string(build.ai.mNumMaterials) + " materials)");
   }
+  const std::string badIndex = FaceIndexProblem(mesh);
+  if (!badIndex.empty()) Refuse(what + ": " + badIndex);
   unsigned empty = 0;
   for (unsigned f = 0; f < mesh.mNumFaces; ++f) {
-    const aiFace& face = mesh.mFaces[f];
-    if (face.mNumIndices == 0 || !face.mIndices) {
-      ++empty;
-      continue;
-    }
-    for (unsigned k = 0; k < face.mNumIndices; ++k) {
-      if (face.mIndices[k] >= mesh.mNumVertices) {
-        Refuse(what + ": face " + std::to_string(f) + " corner " + std::to_string(k) + ": index " +
-               std::to_string(face.mIndices[k]) + " out of range (" + std::to_string(mesh.mNumVertices) +
-               " vertices)");
-      }
-    }
+    if (mesh.mFaces[f].mNumIndices == 0 || !mesh.mFaces[f].mIndices) ++empty;
   }
   if (empty != 0) {
     // A face without corners holds nothing: the mesh's builder passes over
@@ -100,6 +108,24 @@ void CheckAnimations(const AssimpBuild& build) {
 }
 
 }  // namespace
+
+std::string CheckFacesBeforePostProcessing(const aiScene& scene) {
+  for (unsigned i = 0; i < scene.mNumMeshes; ++i) {
+    if (!scene.mMeshes || !scene.mMeshes[i]) return "mesh " + std::to_string(i) + " is missing";
+    if (!scene.mMeshes[i]->mFaces && scene.mMeshes[i]->mNumFaces != 0) return MeshName(scene, i) + ": has no faces";
+    const aiMesh& mesh = *scene.mMeshes[i];
+    const std::string problem = FaceIndexProblem(mesh);
+    if (!problem.empty()) return MeshName(scene, i) + ": " + problem;
+    // The triangulation stops the program when a mesh said to hold
+    // polygons has none.
+    const bool polygons = std::any_of(mesh.mFaces, mesh.mFaces + mesh.mNumFaces,
+                                      [](const aiFace& face) { return face.mNumIndices > 3; });
+    if ((mesh.mPrimitiveTypes & aiPrimitiveType_POLYGON) && !polygons) {
+      return MeshName(scene, i) + ": its reader says it has polygons, yet every face has three corners or fewer";
+    }
+  }
+  return "";
+}
 
 void ValidateAssimpScene(AssimpBuild& build) {
   if (!build.ai.mRootNode) Refuse("the file holds no node tree");

@@ -4,6 +4,8 @@
 // left out with a note. docs/scene-sources.md lists each decision.
 #pragma once
 
+#include <string>
+
 #include "sources/assimp_build.h"
 
 namespace kvl::sources {
@@ -11,5 +13,10 @@ namespace kvl::sources {
 // Refuses (throws AssimpRefusal), or notes the parts that the builders
 // will pass over.
 void ValidateAssimpScene(AssimpBuild& build);
+
+// Assimp's post-processing trusts its readers' faces, and a face naming a
+// vertex the mesh lacks crashes or hangs its triangulation. Run on the scene
+// as read, before any step: the problem as text, or "" when there is none.
+std::string CheckFacesBeforePostProcessing(const aiScene& scene);
 
 }  // namespace kvl::sources

@@ -52,11 +52,28 @@ std::vector<BadFile> BadFiles() {
       {"cut_header.ply", ply.substr(0, 60), "PLY header has no end_header"},
       {"cut_late_header.ply", ply.substr(0, 150), "PLY header has no end_header"},
       {"cut_body.ply", ply.substr(0, ply.size() / 2), "PLY body is cut short"},
+      // Assimp's reader loops or reads out of bounds on header lines it does
+      // not know, so only PLY's own grammar passes.
+      {"unknown_header_line.ply", "ply\nformat ascii 1.0\nelemen vertex 3\nend_header\n",
+       "PLY header line 3 \"elemen vertex 3\" is not a PLY header line"},
+      {"property_first.ply", "ply\nformat ascii 1.0\nproperty float x\nend_header\n",
+       "PLY header line 3 \"property float x\" is a property before any element"},
+      {"glued_end_header.ply", "ply\nformat ascii 1.0\nelement vertex 0\nproperty float xend_header\n",
+       "PLY header has no end_header line"},
+      {"no_format.ply", "ply\nelement vertex 0\nend_header\n", "PLY header has no format line"},
+      {"huge_count.ply", "ply\nformat binary_little_endian 1.0\nelement vertex 999999999999999999\nproperty float x\nend_header\n",
+       "PLY body is cut short: element \"vertex\" wants 999999999999999999 items in 0 bytes"},
+      // Assimp recognises PLY by its first bytes whatever the name says.
+      {"ply_by_content.dat", "ply\nformat ascii 1.0\nelement vertex 3 extra\nend_header\n",
+       "PLY header line 3 \"element vertex 3 extra\" is not an element line"},
       {"not_a_scene.obj", "hello, this is a letter and not a scene\n", "cannot import: "},
       {"not_a_scene.fbx", std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16), "cannot import: "},
       {"index_out_of_range.obj", triangle + "f 1 2 9\n", "cannot import: "},
       {"index_out_of_range.ply", plyHeader + "0 0 0\n1 0 0\n0 1 0\n3 0 1 7\n",
        "face 0 corner 2: index 7 out of range (3 vertices)"},
+      // A polygon has to be triangulated first, which must not see the bad index.
+      {"index_out_of_range_in_polygon.ply", plyHeader + "0 0 0\n1 0 0\n0 1 0\n5 0 1 2 40 1\n",
+       "mesh 0: face 0 corner 3: index 40 out of range (3 vertices)"},
       {"nan.obj", "v nan 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", "vertex 0 has a position that is not a finite number"},
       {"nan.ply", plyHeader + "0 0 0\n1 nan 0\n0 1 0\n3 0 1 2\n",
        "vertex 1 has a position that is not a finite number"},
