@@ -11,6 +11,9 @@ namespace {
 // the same normal: files round them to a few decimals.
 constexpr float kSameNormal = 1e-4f;
 
+constexpr size_t kMostNormalsAtAVertex = 64;
+constexpr uint32_t kMostFacesToSmooth = 1024;
+
 class Components {
  public:
   explicit Components(size_t count) : parent_(count) { std::iota(parent_.begin(), parent_.end(), 0u); }
@@ -62,21 +65,6 @@ VertexCorners CornersByVertex(const std::vector<uint32_t>& corners, size_t verte
   return result;
 }
 
-// The lowest single bit that no neighbour uses; past 32 patches, the lowest
-// word that no neighbour uses.
-uint32_t FreeWord(const std::vector<uint32_t>& taken) {
-  uint32_t used = 0;
-  for (uint32_t w : taken) used |= w;
-  for (int bit = 0; bit < 32; ++bit) {
-    if (!(used & (1u << bit))) return 1u << bit;
-  }
-  for (uint32_t w = 3;; ++w) {
-    bool free = true;
-    for (uint32_t t : taken) free = free && t != w;
-    if (free) return w;
-  }
-}
-
 }  // namespace
 
 std::vector<host::Point3> CornerNormalsByAngle(const std::vector<uint32_t>& corners, size_t vertexCount,
@@ -93,9 +81,17 @@ std::vector<host::Point3> CornerNormalsByAngle(const std::vector<uint32_t>& corn
   const VertexCorners byVertex = CornersByVertex(corners, vertexCount);
   std::vector<host::Point3> normals(corners.size());
   for (size_t v = 0; v < vertexCount; ++v) {
+    // Comparing every pair of corners at a vertex is quadratic in its faces;
+    // past kMostFacesToSmooth (a fan of thousands, flat in any real file)
+    // each corner keeps its own face's normal.
+    const bool crowded = byVertex.start[v + 1] - byVertex.start[v] > kMostFacesToSmooth;
     for (uint32_t i = byVertex.start[v]; i < byVertex.start[v + 1]; ++i) {
       const uint32_t c = byVertex.corners[i];
       const host::Point3& own = faceNormals[c / 3];
+      if (crowded) {
+        normals[c] = own;
+        continue;
+      }
       host::Point3 sum(0, 0, 0);
       for (uint32_t j = byVertex.start[v]; j < byVertex.start[v + 1]; ++j) {
         const host::Point3& other = faceNormals[byVertex.corners[j] / 3];
@@ -117,6 +113,9 @@ std::vector<uint32_t> SmoothingGroupsFromNormals(const std::vector<uint32_t>& co
   const VertexCorners byVertex = CornersByVertex(corners, vertexCount);
 
   // Faces that meet with the same normal at some vertex smooth together.
+  // A vertex with very many different normals is degenerate (a fan of
+  // thousands of faces on one point); past kMostNormalsAtAVertex its further
+  // corners join nothing there, which keeps this linear in the corners.
   Components components(faceCount);
   std::vector<uint32_t> distinct;  // corners with different normals at one vertex
   for (size_t v = 0; v < vertexCount; ++v) {
@@ -134,45 +133,39 @@ std::vector<uint32_t> SmoothingGroupsFromNormals(const std::vector<uint32_t>& co
           break;
         }
       }
-      if (!joined) distinct.push_back(c);
+      if (!joined && distinct.size() < kMostNormalsAtAVertex) distinct.push_back(c);
     }
   }
 
-  // Each patch gets a word that no patch it touches has, so the host keeps
-  // them apart at every vertex they share. Only vertices where patches meet
-  // make neighbours; their pairs are few next to the faces.
+  // Each patch gets the lowest bit that no patch it touches has, so the host
+  // keeps them apart at every vertex they share: per vertex, the bits given
+  // out there so far. A patch that finds all 32 taken (more than 32
+  // separately smoothed patches around it) gets none and is faceted, which
+  // keeps every hard edge hard.
   std::vector<uint32_t> patch(faceCount);
-  for (size_t f = 0; f < faceCount; ++f) patch[f] = components.Find(static_cast<uint32_t>(f));
-  std::vector<std::pair<uint32_t, uint32_t>> touching;
-  std::vector<uint32_t> here;
-  for (size_t v = 0; v < vertexCount; ++v) {
-    here.clear();
-    for (uint32_t j = byVertex.start[v]; j < byVertex.start[v + 1]; ++j) {
-      const uint32_t p = patch[byVertex.corners[j] / 3];
-      bool seen = false;
-      for (uint32_t q : here) seen = seen || q == p;
-      if (!seen) here.push_back(p);
-    }
-    for (size_t a = 0; a < here.size(); ++a) {
-      for (size_t b = 0; b < here.size(); ++b) {
-        if (a != b) touching.emplace_back(here[a], here[b]);
-      }
-    }
+  std::vector<uint32_t> patchStart(faceCount + 1, 0);
+  for (size_t f = 0; f < faceCount; ++f) {
+    patch[f] = components.Find(static_cast<uint32_t>(f));
+    ++patchStart[patch[f] + 1];
   }
-  std::sort(touching.begin(), touching.end());
-  touching.erase(std::unique(touching.begin(), touching.end()), touching.end());
+  for (size_t p = 0; p < faceCount; ++p) patchStart[p + 1] += patchStart[p];
+  std::vector<uint32_t> facesByPatch(faceCount);
+  std::vector<uint32_t> fill(patchStart.begin(), patchStart.end() - 1);
+  for (size_t f = 0; f < faceCount; ++f) facesByPatch[fill[patch[f]]++] = static_cast<uint32_t>(f);
 
+  std::vector<uint32_t> bitsAt(vertexCount, 0);
   std::vector<uint32_t> word(faceCount, 0);  // by representative face
-  std::vector<uint32_t> taken;
-  size_t next = 0;  // into touching, which is sorted by patch
   for (size_t p = 0; p < faceCount; ++p) {
     if (patch[p] != p) continue;
-    taken.clear();
-    while (next < touching.size() && touching[next].first < p) ++next;
-    for (size_t i = next; i < touching.size() && touching[i].first == p; ++i) {
-      if (word[touching[i].second] != 0) taken.push_back(word[touching[i].second]);
+    uint32_t taken = 0;
+    for (uint32_t i = patchStart[p]; i < patchStart[p + 1]; ++i) {
+      for (int k = 0; k < 3; ++k) taken |= bitsAt[corners[3 * facesByPatch[i] + k]];
     }
-    word[p] = FreeWord(taken);
+    const uint32_t free = ~taken;
+    word[p] = free & (0u - free);  // the lowest free bit, or 0
+    for (uint32_t i = patchStart[p]; i < patchStart[p + 1]; ++i) {
+      for (int k = 0; k < 3; ++k) bitsAt[corners[3 * facesByPatch[i] + k]] |= word[p];
+    }
   }
 
   std::vector<uint32_t> groups(faceCount);

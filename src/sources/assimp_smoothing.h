@@ -13,8 +13,9 @@ namespace kvl::sources {
 // `corners` holds three vertex indices per face, and `normalOf` per corner
 // the index of its normal in `normals` (any length; a non-finite or zero
 // normal is hard on every side). Gives one smoothing word per face: a
-// single bit wherever the 32 groups suffice, which they do unless a vertex
-// is shared by more than 32 separately smoothed patches.
+// single bit wherever the 32 groups suffice, which they do unless a patch
+// touches more than 31 separately smoothed others; such a patch gets 0 and
+// is faceted. Linear in the corners.
 std::vector<uint32_t> SmoothingGroupsFromNormals(const std::vector<uint32_t>& corners, size_t vertexCount,
                                                  const std::vector<uint32_t>& normalOf,
                                                  std::vector<host::Point3> normals);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -68,6 +69,92 @@ TEST(AssimpSmoothing, CubeSidesGetTheirOwnGroupsAndASphereOne) {
   const std::vector<uint32_t> hard =
       SmoothingGroupsFromNormals(corners, 8, own, std::vector<host::Point3>(corners.size(), host::Point3(0, 0, 0)));
   EXPECT_NE(hard[0], hard[1]);
+}
+
+// What the words must do for the host: faces that meet at a vertex with
+// different normals share no bit (the edge stays hard), and faces that meet
+// with the same normal have the same word (the surface stays smooth).
+void CheckSmoothingWords(const std::vector<uint32_t>& corners, const std::vector<host::Point3>& cornerNormals,
+                         const std::vector<uint32_t>& groups) {
+  ASSERT_EQ(groups.size(), corners.size() / 3);
+  for (size_t a = 0; a < corners.size(); ++a) {
+    for (size_t b = a + 1; b < corners.size(); ++b) {
+      if (corners[a] != corners[b] || a / 3 == b / 3) continue;
+      const uint32_t ga = groups[a / 3], gb = groups[b / 3];
+      const host::Point3 d = cornerNormals[a] - cornerNormals[b];
+      if (d.x == 0 && d.y == 0 && d.z == 0) {
+        if (ga != 0 && gb != 0) {
+          ASSERT_EQ(ga, gb) << "faces " << a / 3 << " and " << b / 3;
+        }
+      } else {
+        ASSERT_EQ(ga & gb, 0u) << "faces " << a / 3 << " and " << b / 3;
+      }
+    }
+  }
+}
+
+TEST(AssimpSmoothing, HardEdgesStayHardOnAnyMeshEvenAFanOfThousands) {
+  // A grid of 8 x 8 squares whose faces take one of three flat normals at
+  // random: patches of every shape, with hard edges wherever two meet.
+  const host::Point3 flat[3] = {{0, 0, 1}, {0, 1, 0}, {1, 0, 0}};
+  uint32_t seed = 12345;
+  auto next = [&] { return (seed = seed * 1103515245u + 12345u) >> 16; };
+  std::vector<uint32_t> corners;
+  std::vector<host::Point3> normals;
+  for (uint32_t y = 0; y < 8; ++y) {
+    for (uint32_t x = 0; x < 8; ++x) {
+      const uint32_t v = 9 * y + x;
+      for (uint32_t tri : {0u, 1u}) {
+        const host::Point3 n = flat[next() % 3];
+        const std::vector<uint32_t> corner = tri == 0 ? std::vector<uint32_t>{v, v + 1, v + 10}
+                                                       : std::vector<uint32_t>{v, v + 10, v + 9};
+        for (uint32_t c : corner) {
+          corners.push_back(c);
+          normals.push_back(n);
+        }
+      }
+    }
+  }
+  std::vector<uint32_t> own(corners.size());
+  for (size_t c = 0; c < own.size(); ++c) own[c] = static_cast<uint32_t>(c);
+  const std::vector<uint32_t> grid = SmoothingGroupsFromNormals(corners, 81, own, normals);
+  CheckSmoothingWords(corners, normals, grid);
+  for (uint32_t g : grid) EXPECT_EQ(__builtin_popcount(g), 1);  // three normals never need 32 groups
+
+  // Three thousand faces around one point, each with a normal of its own:
+  // finishes, keeps every edge hard, and faces the bits cannot go round.
+  corners.clear();
+  normals.clear();
+  const uint32_t fan = 3000;
+  for (uint32_t f = 0; f < fan; ++f) {
+    const float angle = 6.2831853f * static_cast<float>(f) / fan;
+    const host::Point3 n(std::cos(angle), std::sin(angle), 0.5f);
+    for (uint32_t c : {0u, 1 + f, 1 + (f + 1) % fan}) {
+      corners.push_back(c);
+      normals.push_back(n);
+    }
+  }
+  own.resize(corners.size());
+  for (size_t c = 0; c < own.size(); ++c) own[c] = static_cast<uint32_t>(c);
+  const std::vector<uint32_t> fanned = SmoothingGroupsFromNormals(corners, fan + 1, own, normals);
+  CheckSmoothingWords(corners, normals, fanned);
+  EXPECT_EQ(std::count(fanned.begin(), fanned.end(), 0u), fan - 32);
+
+  // The same fan as a cone without normals: at its crowded apex each corner
+  // keeps its own face's normal; the rim corners, with two faces each,
+  // average them within the angle.
+  std::vector<host::Point3> positions = {{0, 0, 1}};
+  for (uint32_t f = 0; f < fan; ++f) {
+    const float angle = 6.2831853f * static_cast<float>(f) / fan;
+    positions.emplace_back(std::cos(angle), std::sin(angle), 0.0f);
+  }
+  const std::vector<host::Point3> cone = CornerNormalsByAngle(corners, fan + 1, positions, 1.4f);
+  for (uint32_t f : {0u, 1234u}) {
+    const host::Point3& a = positions[corners[3 * f]];
+    const host::Point3 face = CrossProd(positions[corners[3 * f + 1]] - a, positions[corners[3 * f + 2]] - a);
+    EXPECT_NEAR(DotProd(cone[3 * f], face) / (cone[3 * f].Length() * face.Length()), 1.0f, 1e-5f);
+    EXPECT_NEAR(cone[3 * f + 1].Length(), 2.0f, 1e-4f);  // two unit normals summed
+  }
 }
 
 TEST(AssimpAxes, DeclaredAxesTurnIntoZUp) {
