@@ -1,13 +1,20 @@
 #!/usr/bin/env python3
 """Writes a binary PLY of a grid with about one million triangles (with
-normals), for assimp_ply_bench. Usage: make_ply.py OUT.ply [TRIANGLES]"""
+normals), for assimp_ply_bench. Usage: make_ply.py OUT.ply [TRIANGLES] [--hard]
+
+By default the grid is one smooth surface: one vertex per grid point. With
+--hard every cell has its own four vertices, its normal tilted one way or the
+other in a checkerboard, so that the welding finds four file vertices at each
+point and every cell is a smoothing patch of its own."""
 import struct
 import sys
 
-out = sys.argv[1]
-triangles = int(sys.argv[2]) if len(sys.argv) > 2 else 1000000
+args = [a for a in sys.argv[1:] if a != "--hard"]
+hard = "--hard" in sys.argv[1:]
+out = args[0]
+triangles = int(args[1]) if len(args) > 1 else 1000000
 side = int((triangles / 2) ** 0.5)
-verts = (side + 1) ** 2
+verts = 4 * side * side if hard else (side + 1) ** 2
 faces = 2 * side * side
 with open(out, "wb") as f:
     f.write(("ply\nformat binary_little_endian 1.0\nelement vertex %d\n"
@@ -15,15 +22,27 @@ with open(out, "wb") as f:
              "property float nx\nproperty float ny\nproperty float nz\n"
              "element face %d\nproperty list uchar int vertex_indices\nend_header\n" % (verts, faces)).encode())
     row = bytearray()
-    for j in range(side + 1):
-        row.clear()
-        for i in range(side + 1):
-            row += struct.pack("<6f", i, j, 0.0, 0.0, 0.0, 1.0)
-        f.write(row)
-    for j in range(side):
-        row.clear()
-        for i in range(side):
-            a = j * (side + 1) + i
-            row += struct.pack("<B3i", 3, a, a + 1, a + side + 2)
-            row += struct.pack("<B3i", 3, a, a + side + 2, a + side + 1)
-        f.write(row)
+    if hard:
+        for j in range(side):
+            row.clear()
+            for i in range(side):
+                n = (0.0, 0.0, 1.0) if (i + j) % 2 == 0 else (0.0, 0.6, 0.8)
+                for x, y in ((i, j), (i + 1, j), (i + 1, j + 1), (i, j + 1)):
+                    row += struct.pack("<6f", x, y, 0.0, *n)
+            f.write(row)
+        for c in range(side * side):
+            a = 4 * c
+            f.write(struct.pack("<B3iB3i", 3, a, a + 1, a + 2, 3, a, a + 2, a + 3))
+    else:
+        for j in range(side + 1):
+            row.clear()
+            for i in range(side + 1):
+                row += struct.pack("<6f", i, j, 0.0, 0.0, 0.0, 1.0)
+            f.write(row)
+        for j in range(side):
+            row.clear()
+            for i in range(side):
+                a = j * (side + 1) + i
+                row += struct.pack("<B3i", 3, a, a + 1, a + side + 2)
+                row += struct.pack("<B3i", 3, a, a + side + 2, a + side + 1)
+            f.write(row)

@@ -92,16 +92,13 @@ host::Mtl* MultiMaterial(AssimpBuild& build, const std::vector<host::Mtl*>& slot
   return made;
 }
 
-// One map channel from per-corner values: the values of every source
-// vertex, in the order of the meshes, and the corners' indices into them.
+// One map channel: the values of every source vertex, in the order of the
+// meshes, and per face its corners' indices into them.
 void FillChannel(host::Mesh& mesh, int channel, std::vector<host::UVVert> values,
-                 const std::vector<uint32_t>& cornerSources) {
+                 std::vector<host::TVFace> sourceFaces) {
   host::MeshMap& map = mesh.Map(channel);
   map.tv = std::move(values);
-  map.tf.resize(cornerSources.size() / 3);
-  for (size_t f = 0; f < map.tf.size(); ++f) {
-    for (int k = 0; k < 3; ++k) map.tf[f].t[k] = cornerSources[3 * f + k];
-  }
+  map.tf = std::move(sourceFaces);
 }
 
 }  // namespace
@@ -121,33 +118,39 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
     return static_cast<host::MtlID>(slots.size() - 1);
   };
 
-  size_t sourceCount = 0, cornerCount = 0;
-  bool anyUV = false, anyColor = false;
+  size_t sourceCount = 0, faceCount = 0;
+  bool anyUV = false, anyColor = false, allNormals = true;
   for (unsigned i = 0; i < node.mNumMeshes; ++i) {
     const aiMesh& m = *build.ai.mMeshes[node.mMeshes[i]];
     sourceCount += m.mNumVertices;
-    cornerCount += 3 * static_cast<size_t>(m.mNumFaces);
+    faceCount += m.mNumFaces;
     anyUV = anyUV || m.HasTextureCoords(0);
     anyColor = anyColor || m.HasVertexColors(0);
+    allNormals = allNormals && m.HasNormals();
   }
 
+  // Memory is written once and kept small: fresh pages cost more than the
+  // work done on them. Per source vertex: its host vertex, its file normal
+  // (unit), and the first face that uses it.
   mesh.verts.reserve(sourceCount);
   PositionWelder welder(mesh.verts, sourceCount);
-  std::vector<uint32_t> hostCorners, sourceCorners;
-  hostCorners.reserve(cornerCount);
-  sourceCorners.reserve(cornerCount);
-  // The file's normals per source vertex, which sourceCorners index.
-  std::vector<host::Point3> normals;
-  normals.reserve(sourceCount);
+  std::vector<uint32_t> hostOf(sourceCount);
+  std::vector<host::Point3> normals(sourceCount);
+  std::vector<uint8_t> usable(sourceCount, 0);
+  std::vector<uint32_t> firstFace(allNormals ? sourceCount : 0, kNoFace);
   std::vector<host::UVVert> uvs, colors, alphas;
   if (anyUV) uvs.reserve(sourceCount);
   if (anyColor) colors.reserve(sourceCount), alphas.reserve(sourceCount);
-  mesh.faces.reserve(cornerCount / 3);
+  // Per face, its corners' source vertices: for the map channels, and for
+  // the normals of a node some of whose meshes have none.
+  const bool keepSourceFaces = anyUV || anyColor || !allNormals;
+  std::vector<host::TVFace> sourceFaces;
+  if (keepSourceFaces) sourceFaces.reserve(faceCount);
+  mesh.faces.reserve(faceCount);
+  SmoothPatches patches(allNormals ? faceCount : 0);
   size_t dropped = 0;
-  std::vector<bool> withoutNormal;  // per corner, when some mesh has no normals
 
   uint32_t base = 0;
-  std::vector<uint32_t> toHost;
   for (unsigned i = 0; i < node.mNumMeshes; ++i) {
     const aiMesh& m = *build.ai.mMeshes[node.mMeshes[i]];
     host::Mtl* mtl = build.materials[m.mMaterialIndex];
@@ -157,11 +160,12 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
     }
     const host::MtlID slot = slotOf(mtl);
 
-    toHost.resize(m.mNumVertices);
     for (unsigned v = 0; v < m.mNumVertices; ++v) {
-      toHost[v] = welder.Weld(m.mVertices[v]);
-      normals.push_back(m.HasNormals() ? host::Point3(m.mNormals[v].x, m.mNormals[v].y, m.mNormals[v].z)
-                                       : host::Point3(0, 0, 0));
+      hostOf[base + v] = welder.Weld(m.mVertices[v]);
+      if (m.HasNormals()) {
+        normals[base + v] = host::Point3(m.mNormals[v].x, m.mNormals[v].y, m.mNormals[v].z);
+        usable[base + v] = MakeUnit(normals[base + v]);
+      }
       if (anyUV) {
         const aiVector3D t = m.HasTextureCoords(0) ? m.mTextureCoords[0][v] : aiVector3D(0, 0, 0);
         uvs.emplace_back(t.x, t.y, t.z);
@@ -179,41 +183,46 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
         ++dropped;
         continue;
       }
+      const uint32_t faceIndex = static_cast<uint32_t>(mesh.faces.size());
       host::Face hostFace;
+      host::TVFace sourceFace;
       for (int k = 0; k < 3; ++k) {
-        const unsigned v = face.mIndices[k];
-        hostFace.v[k] = toHost[v];
-        hostCorners.push_back(toHost[v]);
-        sourceCorners.push_back(base + v);
-        if (!m.HasNormals() && withoutNormal.empty()) withoutNormal.assign(sourceCorners.size() - 1, false);
-        if (!withoutNormal.empty()) withoutNormal.push_back(!m.HasNormals());
+        const uint32_t source = base + face.mIndices[k];
+        hostFace.v[k] = hostOf[source];
+        sourceFace.t[k] = source;
+        // Faces that share a file vertex share its normal there.
+        if (allNormals && usable[source]) {
+          if (firstFace[source] == kNoFace) {
+            firstFace[source] = faceIndex;
+          } else {
+            patches.Join(faceIndex, firstFace[source]);
+          }
+        }
       }
       hostFace.setMatID(slot);
       mesh.faces.push_back(hostFace);
+      if (keepSourceFaces) sourceFaces.push_back(sourceFace);
     }
     base += m.mNumVertices;
   }
 
-  std::vector<uint32_t> groups;
-  if (withoutNormal.empty()) {
-    groups = SmoothingGroupsFromNormals(hostCorners, mesh.verts.size(), sourceCorners, std::move(normals));
+  if (allNormals) {
+    JoinSameNormalsAtVertices(patches, normals, usable, hostOf, firstFace, mesh.verts.size());
+    AssignSmoothingWords(patches, mesh.faces, mesh.verts.size());
   } else {
-    // Some corners have no normal from the file: each corner then gets its
+    // Some faces have no normals from the file: each corner then gets its
     // own, the file's or a made one.
-    std::vector<host::Point3> perCorner =
-        CornerNormalsByAngle(hostCorners, mesh.verts.size(), mesh.verts, kSmoothingAngle);
-    std::vector<uint32_t> own(perCorner.size());
+    std::vector<host::Point3> perCorner = CornerNormalsByAngle(mesh.faces, mesh.verts.size(), mesh.verts, kSmoothingAngle);
     for (size_t c = 0; c < perCorner.size(); ++c) {
-      own[c] = static_cast<uint32_t>(c);
-      if (!withoutNormal[c]) perCorner[c] = normals[sourceCorners[c]];
+      const uint32_t source = sourceFaces[c / 3].t[c % 3];
+      if (usable[source]) perCorner[c] = normals[source];
     }
-    groups = SmoothingGroupsFromNormals(hostCorners, mesh.verts.size(), own, std::move(perCorner));
+    SmoothingGroupsFromCornerNormals(mesh.faces, mesh.verts.size(), std::move(perCorner));
   }
-  for (size_t f = 0; f < mesh.faces.size(); ++f) mesh.faces[f].smGroup = groups[f];
-  if (anyUV) FillChannel(mesh, host::MAP_TEXCOORD, std::move(uvs), sourceCorners);
+  if (anyUV) FillChannel(mesh, host::MAP_TEXCOORD, std::move(uvs), anyColor ? sourceFaces : std::move(sourceFaces));
   if (anyColor) {
-    FillChannel(mesh, host::MAP_COLOR, std::move(colors), sourceCorners);
-    FillChannel(mesh, host::MAP_ALPHA, std::move(alphas), sourceCorners);
+    FillChannel(mesh, host::MAP_COLOR, std::move(colors), sourceFaces);
+    FillChannel(mesh, host::MAP_ALPHA, std::move(alphas), std::move(sourceFaces));
   }
   if (dropped != 0) {
     build.notes.push_back("node " + Quote(nodeName) + ": " + std::to_string(dropped) +

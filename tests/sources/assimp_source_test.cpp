@@ -27,6 +27,22 @@ host::MemoryNode* Child(host::MemoryNode& node, const std::string& name) {
   return nullptr;
 }
 
+std::vector<host::Face> FacesOf(const std::vector<uint32_t>& corners) {
+  std::vector<host::Face> faces(corners.size() / 3);
+  for (size_t c = 0; c < corners.size(); ++c) faces[c / 3].v[c % 3] = corners[c];
+  return faces;
+}
+
+// The smoothing word of each face, from a normal per corner.
+std::vector<uint32_t> GroupsOf(const std::vector<uint32_t>& corners, size_t vertexCount,
+                               const std::vector<host::Point3>& cornerNormals) {
+  std::vector<host::Face> faces = FacesOf(corners);
+  SmoothingGroupsFromCornerNormals(faces, vertexCount, cornerNormals);
+  std::vector<uint32_t> groups;
+  for (const host::Face& face : faces) groups.push_back(face.smGroup);
+  return groups;
+}
+
 TEST(AssimpSmoothing, CubeSidesGetTheirOwnGroupsAndASphereOne) {
   // A cube of 8 corners: two triangles per side, each corner with its side's
   // normal.
@@ -40,9 +56,7 @@ TEST(AssimpSmoothing, CubeSidesGetTheirOwnGroupsAndASphereOne) {
       normals.push_back(sideNormals[s] * 3.0f);  // length does not matter
     }
   }
-  std::vector<uint32_t> own(corners.size());
-  for (size_t c = 0; c < own.size(); ++c) own[c] = static_cast<uint32_t>(c);
-  const std::vector<uint32_t> groups = SmoothingGroupsFromNormals(corners, 8, own, normals);
+  const std::vector<uint32_t> groups = GroupsOf(corners, 8, normals);
   ASSERT_EQ(groups.size(), 12u);
   for (int s = 0; s < 6; ++s) {
     EXPECT_EQ(groups[2 * s], groups[2 * s + 1]) << "side " << s;
@@ -62,12 +76,12 @@ TEST(AssimpSmoothing, CubeSidesGetTheirOwnGroupsAndASphereOne) {
   // the centre: one smooth patch.
   std::vector<host::Point3> smooth;
   for (uint32_t v : corners) smooth.emplace_back(v & 1 ? 1.0f : -1.0f, v & 2 ? 1.0f : -1.0f, v & 4 ? 1.0f : -1.0f);
-  const std::vector<uint32_t> one = SmoothingGroupsFromNormals(corners, 8, own, smooth);
+  const std::vector<uint32_t> one = GroupsOf(corners, 8, smooth);
   for (uint32_t g : one) EXPECT_EQ(g, one[0]);
 
   // Without usable normals every face stands alone at every corner.
   const std::vector<uint32_t> hard =
-      SmoothingGroupsFromNormals(corners, 8, own, std::vector<host::Point3>(corners.size(), host::Point3(0, 0, 0)));
+      GroupsOf(corners, 8, std::vector<host::Point3>(corners.size(), host::Point3(0, 0, 0)));
   EXPECT_NE(hard[0], hard[1]);
 }
 
@@ -115,9 +129,7 @@ TEST(AssimpSmoothing, HardEdgesStayHardOnAnyMeshEvenAFanOfThousands) {
       }
     }
   }
-  std::vector<uint32_t> own(corners.size());
-  for (size_t c = 0; c < own.size(); ++c) own[c] = static_cast<uint32_t>(c);
-  const std::vector<uint32_t> grid = SmoothingGroupsFromNormals(corners, 81, own, normals);
+  const std::vector<uint32_t> grid = GroupsOf(corners, 81, normals);
   CheckSmoothingWords(corners, normals, grid);
   for (uint32_t g : grid) EXPECT_EQ(__builtin_popcount(g), 1);  // three normals never need 32 groups
 
@@ -134,9 +146,7 @@ TEST(AssimpSmoothing, HardEdgesStayHardOnAnyMeshEvenAFanOfThousands) {
       normals.push_back(n);
     }
   }
-  own.resize(corners.size());
-  for (size_t c = 0; c < own.size(); ++c) own[c] = static_cast<uint32_t>(c);
-  const std::vector<uint32_t> fanned = SmoothingGroupsFromNormals(corners, fan + 1, own, normals);
+  const std::vector<uint32_t> fanned = GroupsOf(corners, fan + 1, normals);
   CheckSmoothingWords(corners, normals, fanned);
   EXPECT_EQ(std::count(fanned.begin(), fanned.end(), 0u), fan - 32);
 
@@ -148,7 +158,7 @@ TEST(AssimpSmoothing, HardEdgesStayHardOnAnyMeshEvenAFanOfThousands) {
     const float angle = 6.2831853f * static_cast<float>(f) / fan;
     positions.emplace_back(std::cos(angle), std::sin(angle), 0.0f);
   }
-  const std::vector<host::Point3> cone = CornerNormalsByAngle(corners, fan + 1, positions, 1.4f);
+  const std::vector<host::Point3> cone = CornerNormalsByAngle(FacesOf(corners), fan + 1, positions, 1.4f);
   for (uint32_t f : {0u, 1234u}) {
     const host::Point3& a = positions[corners[3 * f]];
     const host::Point3 face = CrossProd(positions[corners[3 * f + 1]] - a, positions[corners[3 * f + 2]] - a);
