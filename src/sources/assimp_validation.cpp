@@ -27,6 +27,13 @@ std::string FaceIndexProblem(const aiMesh& mesh) {
   for (unsigned f = 0; f < mesh.mNumFaces; ++f) {
     const aiFace& face = mesh.mFaces[f];
     if (!face.mIndices) continue;
+    // Corners are distinct vertices of the mesh; Assimp's PLY text reader
+    // takes any number as a corner count (a misplaced coordinate gave one of
+    // 39 million), and its triangulation of such a face never ends.
+    if (face.mNumIndices > mesh.mNumVertices) {
+      return "face " + std::to_string(f) + " has " + std::to_string(face.mNumIndices) + " corners, more than the " +
+             std::to_string(mesh.mNumVertices) + " vertices of its mesh";
+    }
     for (unsigned k = 0; k < face.mNumIndices; ++k) {
       if (face.mIndices[k] >= mesh.mNumVertices) {
         return "face " + std::to_string(f) + " corner " + std::to_string(k) + ": index " +

@@ -35,9 +35,13 @@ std::vector<BadFile> BadFiles() {
   const std::string fbx = Slurp(kSceneDir + "model.fbx");
   const std::string ply = Slurp(kSceneDir + "sphere.ply");
   const std::string triangle = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
+  std::string zeros;
+  for (int i = 0; i < 3000; ++i) zeros += " 0";
   const std::string plyHeader =
       "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\nproperty float z\n"
       "element face 1\nproperty list uchar int vertex_indices\nend_header\n";
+  std::string pentagonHeader = plyHeader;
+  pentagonHeader.replace(pentagonHeader.find("vertex 3"), 8, "vertex 5");
   return {
       {"empty.obj", "", "cannot import: "},
       {"empty.gltf", "", "cannot import: "},
@@ -72,8 +76,11 @@ std::vector<BadFile> BadFiles() {
       {"index_out_of_range.ply", plyHeader + "0 0 0\n1 0 0\n0 1 0\n3 0 1 7\n",
        "face 0 corner 2: index 7 out of range (3 vertices)"},
       // A polygon has to be triangulated first, which must not see the bad index.
-      {"index_out_of_range_in_polygon.ply", plyHeader + "0 0 0\n1 0 0\n0 1 0\n5 0 1 2 40 1\n",
-       "mesh 0: face 0 corner 3: index 40 out of range (3 vertices)"},
+      {"index_out_of_range_in_polygon.ply", pentagonHeader + "0 0 0\n1 0 0\n1 1 0\n0 1 0\n-1 0 0\n5 0 1 2 40 4\n",
+       "mesh 0: face 0 corner 3: index 40 out of range (5 vertices)"},
+      // A count the reader took from a misplaced number: 3000 corners.
+      {"corner_count_beyond_vertices.ply", plyHeader + "0 0 0\n1 0 0\n0 1 0\n3000" + zeros + "\n",
+       "face 0 has 3000 corners, more than the 3 vertices of its mesh"},
       {"nan.obj", "v nan 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", "vertex 0 has a position that is not a finite number"},
       {"nan.ply", plyHeader + "0 0 0\n1 nan 0\n0 1 0\n3 0 1 2\n",
        "vertex 1 has a position that is not a finite number"},
