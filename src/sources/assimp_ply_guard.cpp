@@ -1,5 +1,6 @@
 #include "sources/assimp_ply_guard.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -24,10 +25,28 @@ size_t TypeSize(const std::string& type) {
   return found == sizes.end() ? 0 : found->second;
 }
 
+// The largest count a list's count type can hold, as Assimp's text reader
+// does not check it.
+unsigned long long CountLimit(const std::string& type) {
+  if (type == "char" || type == "int8") return 127;
+  if (type == "uchar" || type == "uint8") return 255;
+  if (type == "short" || type == "int16") return 32767;
+  if (type == "ushort" || type == "uint16") return 65535;
+  if (type == "int" || type == "int32") return 2147483647;
+  return 4294967295;
+}
+
+struct Property {
+  bool list = false;
+  size_t size = 0;       // of the value, or of each list entry
+  std::string countType;  // a list's
+};
+
 struct Element {
   std::string name;
   unsigned long long count = 0;
   size_t leastBytes = 0;  // per item: fixed properties, and a list's count
+  std::vector<Property> properties;
 };
 
 // A header line for a message: printable, and not too long to read.
@@ -66,13 +85,110 @@ std::string ReadHeaderLine(const std::string& line, std::string& format, std::ve
     if (a == "list") {
       if (TypeSize(b) == 0 || TypeSize(c) == 0 || !(words >> extra) || (words >> extra)) return "is not a list property";
       elements.back().leastBytes += TypeSize(b);
+      elements.back().properties.push_back({true, TypeSize(c), b});
       return "";
     }
     if (TypeSize(a) == 0 || b.empty() || !c.empty()) return "is not a property line";
     elements.back().leastBytes += TypeSize(a);
+    elements.back().properties.push_back({false, TypeSize(a), ""});
     return "";
   }
   return "is not a PLY header line";
+}
+
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+
+// Text: one item a line, as PLY writes them. A list's count must fit its
+// type and its line must hold that many values: Assimp's reader takes any
+// number as a count and reads on across lines, which has cost gigabytes.
+std::string CheckTextBody(const std::string& body, const std::vector<Element>& elements, int firstLine) {
+  size_t at = 0;
+  int number = firstLine - 1;
+  unsigned long long want = 0, seen = 0;
+  for (const Element& e : elements) want += e.count;
+  for (const Element& e : elements) {
+    for (unsigned long long item = 0; item < e.count; ++item) {
+      // The next line with something on it.
+      size_t lineStart = 0, lineEnd = 0;
+      for (bool blank = true; blank;) {
+        if (at >= body.size()) {
+          return "PLY body is cut short: " + std::to_string(seen) + " of " + std::to_string(want) + " element lines";
+        }
+        lineStart = at;
+        lineEnd = std::min(body.find('\n', at), body.size());
+        at = lineEnd + 1;
+        ++number;
+        for (size_t i = lineStart; i < lineEnd && blank; ++i) blank = IsBlank(body[i]);
+      }
+      size_t word = lineStart;
+      auto nextWord = [&](std::string& out) {
+        while (word < lineEnd && IsBlank(body[word])) ++word;
+        const size_t from = word;
+        while (word < lineEnd && !IsBlank(body[word])) ++word;
+        out.assign(body, from, word - from);
+        return !out.empty();
+      };
+      std::string value;
+      for (const Property& property : e.properties) {
+        if (!property.list) {
+          nextWord(value);
+          continue;
+        }
+        if (!nextWord(value) || !IsCount(value) || std::stoull(value) > CountLimit(property.countType)) {
+          return "PLY line " + std::to_string(number) + ": list count " + Shown(value) + " is not a count of type " +
+                 property.countType;
+        }
+        const unsigned long long count = std::stoull(value);
+        for (unsigned long long k = 0; k < count; ++k) {
+          if (!nextWord(value)) {
+            return "PLY line " + std::to_string(number) + ": a list of " + std::to_string(count) +
+                   " values does not fit its line";
+          }
+        }
+      }
+      ++seen;
+    }
+  }
+  return "";
+}
+
+uint64_t ReadUnsigned(const std::string& body, size_t at, size_t size, bool bigEndian) {
+  uint64_t value = 0;
+  for (size_t i = 0; i < size; ++i) {
+    const size_t byte = bigEndian ? i : size - 1 - i;
+    value = (value << 8) | static_cast<unsigned char>(body[at + byte]);
+  }
+  return value;
+}
+
+// Binary: item by item, every list's entries within the body.
+std::string CheckBinaryBody(const std::string& body, const std::vector<Element>& elements, bool bigEndian) {
+  unsigned long long least = 0;
+  for (const Element& e : elements) least += e.count * e.leastBytes;
+  if (body.size() < least) {
+    return "PLY body is cut short: " + std::to_string(body.size()) + " bytes where at least " + std::to_string(least) +
+           " are needed";
+  }
+  size_t at = 0;
+  for (const Element& e : elements) {
+    for (unsigned long long item = 0; item < e.count; ++item) {
+      for (const Property& property : e.properties) {
+        const size_t countSize = property.list ? TypeSize(property.countType) : 0;
+        if (body.size() - at < countSize) return "PLY body is cut short inside element " + Shown(e.name);
+        uint64_t count = 1;
+        if (property.list) {
+          count = ReadUnsigned(body, at, countSize, bigEndian);
+          if (count > CountLimit(property.countType)) count = UINT64_MAX;  // a negative count of a signed type
+          at += countSize;
+        }
+        if (count == UINT64_MAX || count > (body.size() - at) / property.size) {
+          return "PLY body is cut short inside element " + Shown(e.name) + " item " + std::to_string(item);
+        }
+        at += count * property.size;
+      }
+    }
+  }
+  return "";
 }
 
 }  // namespace
@@ -94,6 +210,7 @@ std::string CheckPlyFile(const std::string& path) {
   std::vector<Element> elements;
   size_t bodyStart = std::string::npos;
   size_t lineStart = 0;
+  int bodyLine = 0;
   for (int number = 1; lineStart < bytes.size() && lineStart < kLongestHeader; ++number) {
     const size_t newline = bytes.find('\n', lineStart);
     if (newline == std::string::npos) break;
@@ -106,6 +223,7 @@ std::string CheckPlyFile(const std::string& path) {
     }
     if (line == "end_header") {
       bodyStart = lineStart;
+      bodyLine = number + 1;
       break;
     }
     const std::string problem = ReadHeaderLine(line, format, elements);
@@ -123,28 +241,9 @@ std::string CheckPlyFile(const std::string& path) {
              " items in " + std::to_string(body.size()) + " bytes";
     }
   }
-  if (format == "ascii") {
-    // One item per line.
-    std::string line;
-    unsigned long long want = 0, lines = 0;
-    for (const Element& e : elements) want += e.count;
-    std::istringstream text(body);
-    while (lines < want && std::getline(text, line)) {
-      if (line.find_first_not_of(" \t\r") != std::string::npos) ++lines;
-    }
-    if (lines < want) {
-      return "cannot import: PLY body is cut short: " + std::to_string(lines) + " of " + std::to_string(want) +
-             " element lines";
-    }
-  } else {
-    unsigned long long least = 0;
-    for (const Element& e : elements) least += e.count * e.leastBytes;
-    if (body.size() < least) {
-      return "cannot import: PLY body is cut short: " + std::to_string(body.size()) + " bytes where at least " +
-             std::to_string(least) + " are needed";
-    }
-  }
-  return "";
+  const std::string problem = format == "ascii" ? CheckTextBody(body, elements, bodyLine)
+                                                : CheckBinaryBody(body, elements, format == "binary_big_endian");
+  return problem.empty() ? "" : "cannot import: " + problem;
 }
 
 }  // namespace kvl::sources

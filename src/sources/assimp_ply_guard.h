@@ -2,7 +2,8 @@
 // headers it does not know or that have no end, and stops the program on
 // some cut-off bodies. PLY files (by name or by their first bytes) are
 // therefore checked here first: a header of PLY's own lines, complete, and a
-// body at least as long as its elements need.
+// body that holds its elements, every list count within its type and its
+// entries within their line (text) or the file (binary).
 #pragma once
 
 #include <string>

@@ -42,6 +42,8 @@ std::vector<BadFile> BadFiles() {
       "element face 1\nproperty list uchar int vertex_indices\nend_header\n";
   std::string pentagonHeader = plyHeader;
   pentagonHeader.replace(pentagonHeader.find("vertex 3"), 8, "vertex 5");
+  std::string ushortHeader = plyHeader;
+  ushortHeader.replace(ushortHeader.find("list uchar"), 10, "list ushort");
   return {
       {"empty.obj", "", "cannot import: "},
       {"empty.gltf", "", "cannot import: "},
@@ -79,8 +81,16 @@ std::vector<BadFile> BadFiles() {
       {"index_out_of_range_in_polygon.ply", pentagonHeader + "0 0 0\n1 0 0\n1 1 0\n0 1 0\n-1 0 0\n5 0 1 2 40 4\n",
        "mesh 0: face 0 corner 3: index 40 out of range (5 vertices)"},
       // A count the reader took from a misplaced number: 3000 corners.
-      {"corner_count_beyond_vertices.ply", plyHeader + "0 0 0\n1 0 0\n0 1 0\n3000" + zeros + "\n",
+      {"count_beyond_its_type.ply", plyHeader + "0 0 0\n1 0 0\n0 1 0\n3000" + zeros + "\n",
+       "PLY line 13: list count \"3000\" is not a count of type uchar"},
+      {"list_beyond_its_line.ply", plyHeader + "0 0 0\n1 0 0\n0 1 0\n3 0 1\n2\n",
+       "PLY line 13: a list of 3 values does not fit its line"},
+      {"corner_count_beyond_vertices.ply", ushortHeader + "0 0 0\n1 0 0\n0 1 0\n3000" + zeros + "\n",
        "face 0 has 3000 corners, more than the 3 vertices of its mesh"},
+      {"binary_count_beyond_body.ply",
+       "ply\nformat binary_little_endian 1.0\nelement face 1\nproperty list int int vertex_indices\nend_header\n" +
+           std::string("\xff\xff\xff\x7f\0\0\0\0", 8),
+       "PLY body is cut short inside element \"face\" item 0"},
       {"nan.obj", "v nan 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", "vertex 0 has a position that is not a finite number"},
       {"nan.ply", plyHeader + "0 0 0\n1 nan 0\n0 1 0\n3 0 1 2\n",
        "vertex 1 has a position that is not a finite number"},
