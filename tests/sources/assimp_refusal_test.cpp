@@ -10,6 +10,7 @@
 
 #include "cli/exit_codes.h"
 #include "cli/export_command.h"
+#include "sources/scene_source.h"
 
 namespace kvl {
 namespace {
@@ -119,6 +120,33 @@ TEST(AssimpRefusal, EachBadFileGivesOneLineAFailingExitAndNoOutput) {
     EXPECT_NE(message.find(bad.expected), std::string::npos) << message;
     EXPECT_EQ(std::count(message.begin(), message.end(), '\n'), 1) << message;
     EXPECT_FALSE(fs::exists(dir / "out.kvl"));
+  }
+  fs::remove_all(dir);
+}
+
+TEST(AssimpRefusal, EveryPrefixOfASmallSceneLoadsOrIsRefused) {
+  // In one process, so a crash or a hang of the import fails the test
+  // rather than a child; each prefix either loads or is refused, never both.
+  const fs::path dir = fs::temp_directory_path() / ("kvl_assimp_prefix_" + std::to_string(::getpid()));
+  fs::remove_all(dir);
+  fs::create_directories(dir);
+  for (const std::string name : {"cube.ply", "cube.obj", "triangle.gltf"}) {
+    SCOPED_TRACE(name);
+    const std::string bytes = Slurp(kSceneDir + name);
+    ASSERT_FALSE(bytes.empty());
+    const std::string path = (dir / ("cut" + fs::path(name).extension().string())).string();
+    sources::SourceOptions options;
+    options.writeTextures = false;
+    size_t loaded = 0;
+    for (size_t length = 0; length <= bytes.size(); ++length) {
+      std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes.substr(0, length);
+      const sources::SceneLoadResult result = sources::LoadSceneFile(path, options);
+      ASSERT_NE(result.scene == nullptr, result.error.empty()) << "cut at " << length << ": " << result.error;
+      if (result.scene) ++loaded;
+    }
+    // The whole file loads; most cuts do not.
+    EXPECT_NE(sources::LoadSceneFile(kSceneDir + name, options).scene, nullptr);
+    EXPECT_LT(loaded, bytes.size() / 2);
   }
   fs::remove_all(dir);
 }
