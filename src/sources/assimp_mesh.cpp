@@ -212,7 +212,8 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
   } else {
     // Some faces have no normals from the file: each corner then gets its
     // own, the file's or a made one.
-    std::vector<host::Point3> perCorner = CornerNormalsByAngle(mesh.faces, mesh.verts.size(), mesh.verts, kSmoothingAngle);
+    std::vector<host::Point3> perCorner =
+        CornerNormalsByAngle(mesh.faces, mesh.verts.size(), mesh.verts, kSmoothingAngle);
     for (size_t c = 0; c < perCorner.size(); ++c) {
       const uint32_t source = sourceFaces[c / 3].t[c % 3];
       if (usable[source]) perCorner[c] = normals[source];

@@ -83,7 +83,9 @@ std::string ReadHeaderLine(const std::string& line, std::string& format, std::ve
     if (elements.empty()) return "is a property before any element";
     words >> a >> b >> c;
     if (a == "list") {
-      if (TypeSize(b) == 0 || TypeSize(c) == 0 || !(words >> extra) || (words >> extra)) return "is not a list property";
+      if (TypeSize(b) == 0 || TypeSize(c) == 0 || !(words >> extra) || (words >> extra)) {
+        return "is not a list property";
+      }
       elements.back().leastBytes += TypeSize(b);
       elements.back().properties.push_back({true, TypeSize(c), b});
       return "";
@@ -227,7 +229,9 @@ std::string CheckPlyFile(const std::string& path) {
       break;
     }
     const std::string problem = ReadHeaderLine(line, format, elements);
-    if (!problem.empty()) return "cannot import: PLY header line " + std::to_string(number) + " " + Shown(line) + " " + problem;
+    if (!problem.empty()) {
+      return "cannot import: PLY header line " + std::to_string(number) + " " + Shown(line) + " " + problem;
+    }
   }
   if (bodyStart == std::string::npos) return "cannot import: PLY header has no end_header line";
   if (format.empty()) return "cannot import: PLY header has no format line";

@@ -68,7 +68,8 @@ std::vector<BadFile> BadFiles() {
       {"glued_end_header.ply", "ply\nformat ascii 1.0\nelement vertex 0\nproperty float xend_header\n",
        "PLY header has no end_header line"},
       {"no_format.ply", "ply\nelement vertex 0\nend_header\n", "PLY header has no format line"},
-      {"huge_count.ply", "ply\nformat binary_little_endian 1.0\nelement vertex 999999999999999999\nproperty float x\nend_header\n",
+      {"huge_count.ply",
+       "ply\nformat binary_little_endian 1.0\nelement vertex 999999999999999999\nproperty float x\nend_header\n",
        "PLY body is cut short: element \"vertex\" wants 999999999999999999 items in 0 bytes"},
       // Assimp recognises PLY by its first bytes whatever the name says.
       {"ply_by_content.dat", "ply\nformat ascii 1.0\nelement vertex 3 extra\nend_header\n",
