@@ -33,14 +33,7 @@ PayloadReader::PayloadReader(std::span<const uint8_t> payload, const ChunkEntry&
       payloadOffset_(chunk.offset + 12) {}
 
 void PayloadReader::Report(Severity severity, size_t offset, const std::string& message) {
-  FileProblem p;
-  p.offset = offset;
-  p.inChunk = true;
-  p.chunkType = chunk_.chunkType;
-  p.id = chunk_.id;
-  p.severity = severity;
-  p.message = message;
-  problems_.push_back(std::move(p));
+  problems_.push_back(ChunkProblem(chunk_, offset, severity, message));
 }
 
 void PayloadReader::Fail(const std::string& message) {
