@@ -1,31 +1,18 @@
-// The Assimp source at the level of the host scene: what a loaded file
-// answers through the memory scene, and the parts that work out smoothing
-// groups and axes.
+// The parts of the Assimp source that no whole file reaches on its own:
+// smoothing groups from corner normals (on meshes of every shape, against
+// the properties the host needs of them) and declared axes. Whole files are
+// the cases tests/data/cases/assimp-*.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 
-#include "host/memory_materials.h"
 #include "host/memory_objects.h"
 #include "sources/assimp_axes.h"
 #include "sources/assimp_smoothing.h"
-#include "sources/scene_source.h"
 
 namespace kvl::sources {
 namespace {
-
-const std::string kSceneDir = std::string(KVL_TEST_DIR) + "/scenes/assimp/";
-
-host::MemoryNode* Child(host::MemoryNode& node, const std::string& name) {
-  for (auto& child : node.children) {
-    if (child->name == name) return child.get();
-  }
-  return nullptr;
-}
 
 std::vector<host::Face> FacesOf(const std::vector<uint32_t>& corners) {
   std::vector<host::Face> faces(corners.size() / 3);
@@ -182,126 +169,6 @@ TEST(AssimpAxes, DeclaredAxesTurnIntoZUp) {
   const host::Matrix3 xUp = AxesFromDeclaration(0, 1, 2, -1, 1, 1);
   EXPECT_EQ(xUp.PointTransform({1, 0, 0}), host::Point3(0, 0, 1));
   EXPECT_FALSE(xUp.Parity());
-}
-
-TEST(AssimpSource, GltfModelAsTheHostHoldsIt) {
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("kvl_assimp_gltf_" + std::to_string(::getpid()));
-  std::filesystem::create_directories(folder);
-  SourceOptions options;
-  options.textureFolder = folder.string();
-  SceneLoadResult loaded = LoadSceneFile(kSceneDir + "model.gltf", options);
-  ASSERT_EQ(loaded.error, "");
-  host::MemoryScene& scene = *loaded.scene;
-  ASSERT_EQ(scene.root.children.size(), 2u);
-  host::MemoryNode* body = Child(scene.root, "Body");
-  host::MemoryNode* cam = Child(scene.root, "Cam");
-  ASSERT_NE(body, nullptr);
-  ASSERT_NE(cam, nullptr);
-  host::MemoryNode* head = Child(*body, "Head");
-  ASSERT_NE(head, nullptr);
-  // Handles in pre-order.
-  EXPECT_EQ(body->handle, 1u);
-  EXPECT_EQ(head->handle, 2u);
-  EXPECT_EQ(cam->handle, 3u);
-
-  // The cube: 8 welded vertices, 12 faces, two materials through a
-  // multi-material, UVs with their own 24 values.
-  auto* mesh = dynamic_cast<host::MemoryMeshObject*>(body->object.get());
-  ASSERT_NE(mesh, nullptr);
-  EXPECT_EQ(mesh->mesh.getNumVerts(), 8);
-  EXPECT_EQ(mesh->mesh.getNumFaces(), 12);
-  // Each of the file's two primitives carries its own copy of the 24 UVs.
-  EXPECT_EQ(mesh->mesh.getNumMapVerts(host::MAP_TEXCOORD), 48);
-  ASSERT_NE(body->material, nullptr);
-  ASSERT_EQ(body->material->NumSubMtls(), 2);
-  EXPECT_STREQ(body->material->GetSubMtl(0)->GetName(), "Red");
-  EXPECT_STREQ(body->material->GetSubMtl(1)->GetName(), "Blue");
-  int blue = 0;
-  for (int f = 0; f < 12; ++f) blue += mesh->mesh.getFaceMtlIndex(f) == 1;
-  EXPECT_EQ(blue, 4);
-
-  // The embedded texture is written and named in slot 1.
-  auto* red = dynamic_cast<host::MemoryStdMtl*>(body->material->GetSubMtl(0));
-  ASSERT_NE(red, nullptr);
-  EXPECT_EQ(red->GetMapState(host::ID_DI), 2);
-  auto* map = dynamic_cast<host::BitmapTex*>(red->GetSubTexmap(host::ID_DI));
-  ASSERT_NE(map, nullptr);
-  EXPECT_STREQ(map->GetMapName(), "model_texture0.png");
-  std::ifstream png(folder / "model_texture0.png", std::ios::binary);
-  char signature[4] = {};
-  png.read(signature, 4);
-  EXPECT_EQ(std::string(signature + 1, 3), "PNG");
-  std::filesystem::remove_all(folder);
-
-  // glTF's extras become property lines.
-  EXPECT_EQ(body->userProperties, "mass: 5\r\n");
-
-  // The camera: 60 degrees across (the file gives 42.1 up and down at an
-  // aspect of 1.5), and its clip planes.
-  auto* camera = dynamic_cast<host::MemoryCameraObject*>(cam->object.get());
-  ASSERT_NE(camera, nullptr);
-  EXPECT_NEAR(camera->fov, M_PI / 3, 1e-5);
-  EXPECT_FLOAT_EQ(camera->nearDist, 0.5f);
-  EXPECT_FLOAT_EQ(camera->farDist, 200.0f);
-
-  // Animation: 30 frames a second, the span of the longest track (2 s),
-  // Body's keys at 0 and 1 s, Head's at 0 and 2 s.
-  EXPECT_EQ(scene.ticksPerFrame, 160);
-  EXPECT_EQ(scene.animationRange.Start(), 0);
-  EXPECT_EQ(scene.animationRange.End(), 9600);
-  ASSERT_EQ(body->keys.size(), 2u);
-  EXPECT_EQ(body->keys[1].tick, 4800);
-  // In host axes the glTF's x stays x.
-  EXPECT_NEAR(body->LocalTM(2400).GetTrans().x, 1.0f, 1e-5f);
-  // Head turns about the glTF's Y, the host's Z: at 2 s a quarter turn
-  // takes its +X to the glTF's -Z, the host's +Y; it stays 3 above Body,
-  // which is at x 2 by then.
-  const host::Matrix3 world = head->GetNodeTM(9600);
-  const host::Point3 turned = world.VectorTransform({1, 0, 0});
-  EXPECT_NEAR(turned.y, 1.0f, 1e-5f);
-  EXPECT_NEAR(world.GetTrans().x, 2.0f, 1e-5f);
-  EXPECT_NEAR(world.GetTrans().z, 3.0f, 1e-5f);
-}
-
-TEST(AssimpSource, FbxPropertiesFrameRateAndDeclaredAxes) {
-  SceneLoadResult loaded = LoadSceneFile(kSceneDir + "model.fbx");
-  ASSERT_EQ(loaded.error, "");
-  host::MemoryNode* body = Child(loaded.scene->root, "Body");
-  ASSERT_NE(body, nullptr);
-  // The user-defined text first, as written.
-  EXPECT_EQ(body->userProperties.rfind("notib=0", 0), 0u) << body->userProperties;
-  // 24 frames a second.
-  EXPECT_EQ(loaded.scene->ticksPerFrame, 200);
-  // The file is Z up already: Head stays 3 above Body on Z.
-  host::MemoryNode* head = Child(*body, "Head");
-  ASSERT_NE(head, nullptr);
-  EXPECT_NEAR(head->LocalTM(0).GetTrans().z, 3.0f, 1e-5f);
-  EXPECT_NEAR(head->LocalTM(0).GetTrans().y, 0.0f, 1e-5f);
-}
-
-TEST(AssimpSource, AnimationChoiceAndNotes) {
-  SourceOptions options;
-  options.writeTextures = false;  // nothing is written into the test folder
-  options.animation = "Move";
-  EXPECT_EQ(LoadSceneFile(kSceneDir + "model.gltf", options).error, "");
-  options.animation = "0";
-  EXPECT_EQ(LoadSceneFile(kSceneDir + "model.gltf", options).error, "");
-  options.animation = "1";
-  EXPECT_EQ(LoadSceneFile(kSceneDir + "model.gltf", options).error,
-            "--animation 1: the file has no animation of that name or index (1: \"Move\")");
-  options.animation = "Run";
-  SceneLoadResult wrong = LoadSceneFile(kSceneDir + "model.gltf", options);
-  EXPECT_EQ(wrong.scene, nullptr);
-  EXPECT_NE(wrong.error.find("Run"), std::string::npos);
-
-  // A PLY file has no material: the host's default, with a note.
-  SceneLoadResult ply = LoadSceneFile(kSceneDir + "cube.ply");
-  ASSERT_EQ(ply.error, "");
-  ASSERT_EQ(ply.notes.size(), 1u);
-  EXPECT_NE(ply.notes[0].find("no material"), std::string::npos);
-  ASSERT_EQ(ply.scene->root.children.size(), 1u);
-  EXPECT_NE(ply.scene->root.children[0]->material, nullptr);
 }
 
 }  // namespace
