@@ -69,7 +69,9 @@ int RunPreview(const PreviewRequest& request, std::ostream& out, std::ostream& e
   std::error_code ec;
   fs::rename(temporary, pagePath, ec);
   if (ec) {
-    fs::remove(temporary, ec);
+    // The reason is the rename's: the clean-up must not overwrite it.
+    std::error_code ignored;
+    fs::remove(temporary, ignored);
     err << "kvlexp: " << pagePath << ": cannot write the preview page: " << ec.message() << "\n";
     return EXIT_FAILED;
   }
