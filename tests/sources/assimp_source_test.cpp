@@ -30,6 +30,29 @@ std::vector<uint32_t> GroupsOf(const std::vector<uint32_t>& corners, size_t vert
   return groups;
 }
 
+// At one vertex: normals that differ by at most 1e-4 in each component are
+// one normal (1e-4 exactly included: files round to four decimals), and only
+// the first 64 different normals are kept to be joined with, so a normal
+// equal to the 65th different one finds nothing to join.
+TEST(AssimpSmoothing, NormalsWithinTheToleranceJoinAndAVertexKeepsSixtyFour) {
+  std::vector<host::Point3> normals = {{0, 1, 0}, {0, 1, 1e-4f}, {0, 1, 2.5e-4f}};
+  for (int k = 3; k < 66; ++k) {
+    const float angle = 0.05f * static_cast<float>(k);
+    normals.push_back({std::cos(angle), 0, std::sin(angle)});
+  }
+  normals.push_back(normals.back());
+  const size_t count = normals.size();  // 67: the last two are the same
+  std::vector<uint32_t> faceOfNormal(count);
+  for (size_t n = 0; n < count; ++n) faceOfNormal[n] = static_cast<uint32_t>(n);
+  SmoothPatches patches(count);
+  JoinSameNormalsAtVertices(patches, normals, std::vector<uint8_t>(count, 1), std::vector<uint32_t>(count, 0),
+                            faceOfNormal, 1);
+  EXPECT_EQ(patches.Find(1), patches.Find(0));  // 1e-4 apart: one normal
+  EXPECT_NE(patches.Find(2), patches.Find(0));  // 2.5e-4 apart: two
+  EXPECT_NE(patches.Find(2), patches.Find(1));
+  for (uint32_t f = 3; f < count; ++f) EXPECT_EQ(patches.Find(f), f) << f;  // the 66th normal is not kept
+}
+
 TEST(AssimpSmoothing, CubeSidesGetTheirOwnGroupsAndASphereOne) {
   // A cube of 8 corners: two triangles per side, each corner with its side's
   // normal.
