@@ -8,7 +8,11 @@
 #include <cmath>
 
 #include "host/memory_objects.h"
+#include <assimp/scene.h>
+
+#include "host/memory_scene.h"
 #include "sources/assimp_axes.h"
+#include "sources/assimp_validation.h"
 #include "sources/assimp_smoothing.h"
 
 namespace kvl::sources {
@@ -192,6 +196,28 @@ TEST(AssimpAxes, DeclaredAxesTurnIntoZUp) {
   const host::Matrix3 xUp = AxesFromDeclaration(0, 1, 2, -1, 1, 1);
   EXPECT_EQ(xUp.PointTransform({1, 0, 0}), host::Point3(0, 0, 1));
   EXPECT_FALSE(xUp.Parity());
+}
+
+// No reader of Debian's Assimp hands over a mesh with vertices but no
+// positions; should one, it is refused before anything reads them.
+TEST(AssimpValidation, AMeshWithVerticesButNoPositionsIsRefused) {
+  aiScene ai;
+  ai.mRootNode = new aiNode("root");
+  ai.mNumMeshes = 1;
+  ai.mMeshes = new aiMesh*[1]{new aiMesh};
+  ai.mMeshes[0]->mName = "Ghost";
+  ai.mMeshes[0]->mNumVertices = 3;
+  ai.mNumMaterials = 1;
+  ai.mMaterials = new aiMaterial*[1]{new aiMaterial};
+  host::MemoryScene scene;
+  const SourceOptions options;
+  AssimpBuild build(ai, scene, options, "ghost.obj");
+  try {
+    ValidateAssimpScene(build);
+    ADD_FAILURE() << "accepted";
+  } catch (const AssimpRefusal& refusal) {
+    EXPECT_NE(refusal.message.find("has no vertex positions"), std::string::npos) << refusal.message;
+  }
 }
 
 }  // namespace
