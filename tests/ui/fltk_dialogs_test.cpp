@@ -86,6 +86,12 @@ TEST_F(FltkDialogsTest, TypedValuesAndClickedBoxesReachTheSettingsOnOk) {
                      std::string(Control(IDC_LOCATION_TEXT)->label()) ==
                          "Ini file location: c:\\scenes\\kvlexp.ini" &&
                      std::string(Control(IDC_BUILD_TEXT)->label()).rfind("KVLExp build ", 0) == 0;
+        // One small font throughout, as the template's dialog font: every
+        // label and the text typed into the edit boxes alike.
+        const int textSize = static_cast<Fl_Input*>(Control(IDC_SCALE))->textsize();
+        for (int i = 0; i < view_.window->children(); ++i) {
+          shownRight = shownRight && view_.window->child(i)->labelsize() == textSize && textSize < FL_NORMAL_SIZE;
+        }
       },
       [&] { TypeInto(Control(IDC_SAMPLERATE), "5"); },
       [&] { TypeInto(Control(IDC_THRESHOLD), "250"); },
