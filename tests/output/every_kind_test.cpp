@@ -1,8 +1,9 @@
 // The format as data. every-kind.kvl holds a chunk of every type and version
 // the writer makes (both vertex buffer versions, a buffer of exactly two
 // frames, a mesh whose second piece starts at a non-zero vertexOffset, every
-// collider shape), each one's bytes worked out by hand from the record's
-// values; every-kind.txt is its dump, whose numbers (rotation axes, colours
+// collider shape, an animation group that turns), each one's bytes worked
+// out by hand from the record's values; every-kind.txt is its dump, whose
+// numbers (rotation axes, colours
 // by alpha, flags in hex) were checked on paper for the records that carry
 // them. Its references lead anywhere: it is a file of records, not a scene.
 // Reading the file and writing it again must give it back byte for byte, so
