@@ -3,9 +3,9 @@
 // frames, a mesh whose second piece starts at a non-zero vertexOffset, every
 // collider shape, an animation group that turns), each one's bytes worked
 // out by hand from the record's values; every-kind.txt is its dump, whose
-// numbers (rotation axes, colours
-// by alpha, flags in hex) were checked on paper for the records that carry
-// them. Its references lead anywhere: it is a file of records, not a scene.
+// numbers (rotation axes, colours by alpha, flags in hex) were checked on
+// paper for the records that carry them. Its references lead anywhere: it
+// is a file of records, not a scene.
 // Reading the file and writing it again must give it back byte for byte, so
 // the reader, the encoders and the dump are pinned together.
 #include <cstdio>
