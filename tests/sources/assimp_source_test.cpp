@@ -198,25 +198,37 @@ TEST(AssimpAxes, DeclaredAxesTurnIntoZUp) {
   EXPECT_FALSE(xUp.Parity());
 }
 
-// No reader of Debian's Assimp hands over a mesh with vertices but no
-// positions; should one, it is refused before anything reads them.
-TEST(AssimpValidation, AMeshWithVerticesButNoPositionsIsRefused) {
-  aiScene ai;
-  ai.mRootNode = new aiNode("root");
-  ai.mNumMeshes = 1;
-  ai.mMeshes = new aiMesh*[1]{new aiMesh};
-  ai.mMeshes[0]->mName = "Ghost";
-  ai.mMeshes[0]->mNumVertices = 3;
-  ai.mNumMaterials = 1;
-  ai.mMaterials = new aiMaterial*[1]{new aiMaterial};
-  host::MemoryScene scene;
-  const SourceOptions options;
-  AssimpBuild build(ai, scene, options, "ghost.obj");
-  try {
-    ValidateAssimpScene(build);
-    ADD_FAILURE() << "accepted";
-  } catch (const AssimpRefusal& refusal) {
-    EXPECT_NE(refusal.message.find("has no vertex positions"), std::string::npos) << refusal.message;
+// Breaks that no reader of Debian's Assimp hands over, refused should one
+// ever do so, before anything reads through them: a mesh with vertices but
+// no positions, a node that names a mesh beyond the scene's.
+TEST(AssimpValidation, BreaksAssimpNeverMakesAreRefusedAll) {
+  const struct {
+    bool positions;
+    unsigned nodeMesh;
+    const char* message;
+  } cases[] = {{false, 0, "mesh 0 \"Ghost\": has no vertex positions"},
+               {true, 1, "node \"root\": mesh index 1 out of range (1 meshes)"}};
+  for (const auto& c : cases) {
+    aiScene ai;
+    ai.mRootNode = new aiNode("root");
+    ai.mRootNode->mNumMeshes = 1;
+    ai.mRootNode->mMeshes = new unsigned[1]{c.nodeMesh};
+    ai.mNumMeshes = 1;
+    ai.mMeshes = new aiMesh*[1]{new aiMesh};
+    ai.mMeshes[0]->mName = "Ghost";
+    ai.mMeshes[0]->mNumVertices = 3;
+    if (c.positions) ai.mMeshes[0]->mVertices = new aiVector3D[3];
+    ai.mNumMaterials = 1;
+    ai.mMaterials = new aiMaterial*[1]{new aiMaterial};
+    host::MemoryScene scene;
+    const SourceOptions options;
+    AssimpBuild build(ai, scene, options, "ghost.obj");
+    try {
+      ValidateAssimpScene(build);
+      ADD_FAILURE() << "accepted: " << c.message;
+    } catch (const AssimpRefusal& refusal) {
+      EXPECT_EQ(refusal.message, c.message);
+    }
   }
 }
 
