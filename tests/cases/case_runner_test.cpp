@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -141,7 +142,7 @@ std::map<std::string, Bytes> FilesUnder(const fs::path& root) {
 }
 
 bool IsKvl(const std::string& name) {
-  return name.size() >= 4 && (name.ends_with(".kvl") || name.ends_with(".KVL"));
+  return name.ends_with(".kvl") || name.ends_with(".KVL");
 }
 
 // Where two files part: the first differing line of a text, or for a KVL
@@ -214,13 +215,12 @@ TEST_P(CaseTest, StepsGiveTheKeptOutputs) {
 
   // The inputs: everything beside case.txt but expected/. A symbolic link
   // (to the examples, say) is copied as the file it names.
-  std::map<std::string, Bytes> inputs;
   for (const auto& entry : fs::directory_iterator(source)) {
     const std::string name = entry.path().filename().string();
     if (name == "case.txt" || name == "expected") continue;
     fs::copy(entry.path(), work / name, fs::copy_options::recursive);
   }
-  inputs = FilesUnder(work);
+  const std::map<std::string, Bytes> inputs = FilesUnder(work);
 
   std::string transcript;
   for (const std::string& line : ReadSteps(source / "case.txt")) {
