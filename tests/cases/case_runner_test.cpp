@@ -32,6 +32,7 @@
 
 #include "output/binary_writer.h"
 #include "output/kvl_reader.h"
+#include "kvl_compare.h"
 #include "output/kvl_validator.h"
 
 namespace kvl {
@@ -141,40 +142,6 @@ std::map<std::string, Bytes> FilesUnder(const fs::path& root) {
   return files;
 }
 
-bool IsKvl(const std::string& name) {
-  return name.ends_with(".kvl") || name.ends_with(".KVL");
-}
-
-// Where two files part: the first differing line of a text, or for a KVL
-// file the first differing byte and the chunk that holds it.
-std::string FirstDifference(const std::string& name, const Bytes& expected, const Bytes& found) {
-  if (IsKvl(name)) {
-    size_t at = 0;
-    while (at < expected.size() && at < found.size() && expected[at] == found[at]) ++at;
-    std::ostringstream s;
-    s << name << ": first difference at offset 0x" << std::hex << at << std::dec << " (" << expected.size()
-      << " bytes expected, " << found.size() << " found)";
-    const KvlDocument doc = ReadKvl({reinterpret_cast<const uint8_t*>(expected.data()), expected.size()});
-    for (const ChunkEntry& c : doc.chunks) {
-      if (at >= c.offset && at < c.offset + Chunk::HEADER_SIZE + c.size) {
-        s << ", in the expected chunk " << c.chunkType << " (" << ChunkTypeName(c.chunkType) << ") id " << c.id
-          << " at 0x" << std::hex << c.offset;
-      }
-    }
-    return s.str();
-  }
-  std::istringstream e(expected), f(found);
-  std::string le, lf;
-  for (int line = 1;; ++line) {
-    const bool moreE = static_cast<bool>(std::getline(e, le)), moreF = static_cast<bool>(std::getline(f, lf));
-    if (!moreE && !moreF) return name + ": differs only in its line ends";
-    if (!moreE || !moreF || le != lf) {
-      return name + " line " + std::to_string(line) + ":\n  expected: " + (moreE ? le : "(end of file)") +
-             "\n  found:    " + (moreF ? lf : "(end of file)");
-    }
-  }
-}
-
 // What every KVL file must satisfy, whatever the case: no validation error,
 // and its records encoded again give the file back.
 void CheckKvlInvariants(const std::string& name, const Bytes& file) {
@@ -185,14 +152,8 @@ void CheckKvlInvariants(const std::string& name, const Bytes& file) {
   }
   NodeTable& table = validation.document.table;
   table.settings.optimize = false;  // everything read is written back
-  char* buffer = nullptr;
-  size_t size = 0;
-  std::FILE* memory = ::open_memstream(&buffer, &size);
-  ASSERT_TRUE(memory && WriteBinaryScene(memory, table));
-  std::fclose(memory);
-  const Bytes again(buffer, size);
-  std::free(buffer);
-  if (again != file) ADD_FAILURE() << "read and written back, " << FirstDifference(name, file, again);
+  const Bytes again = testing::WrittenKvl(table);
+  if (again != file) ADD_FAILURE() << "read and written back, " << testing::FirstDifference(name, file, again);
 }
 
 std::vector<std::string> CaseNames() {
@@ -234,7 +195,7 @@ TEST_P(CaseTest, StepsGiveTheKeptOutputs) {
     if (input == inputs.end() || input->second != bytes) produced[name] = std::move(bytes);
   }
   for (const auto& [name, bytes] : produced) {
-    if (IsKvl(name)) CheckKvlInvariants(name, bytes);
+    if (testing::IsKvl(name)) CheckKvlInvariants(name, bytes);
   }
   produced["steps.txt"] = transcript;
 
@@ -250,7 +211,7 @@ TEST_P(CaseTest, StepsGiveTheKeptOutputs) {
       if (found == produced.end()) {
         ADD_FAILURE() << name << ": expected, but the steps did not write it";
       } else if (found->second != bytes) {
-        ADD_FAILURE() << FirstDifference(name, bytes, found->second);
+        ADD_FAILURE() << testing::FirstDifference(name, bytes, found->second);
       }
     }
     for (const auto& [name, bytes] : produced) {

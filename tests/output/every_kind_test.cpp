@@ -18,6 +18,7 @@
 
 #include <gtest/gtest.h>
 
+#include "kvl_compare.h"
 #include "output/ascii_dump_writer.h"
 #include "output/binary_writer.h"
 #include "output/kvl_reader.h"
@@ -32,29 +33,6 @@ std::vector<uint8_t> FileBytes(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-std::vector<uint8_t> Written(const NodeTable& table) {
-  char* buffer = nullptr;
-  size_t size = 0;
-  std::FILE* memory = ::open_memstream(&buffer, &size);
-  EXPECT_TRUE(memory && WriteBinaryScene(memory, table));
-  std::fclose(memory);
-  std::vector<uint8_t> bytes(buffer, buffer + size);
-  std::free(buffer);
-  return bytes;
-}
-
-// The line where two texts part, for a failure that points at one field.
-std::string FirstDifferentLine(const std::string& expected, const std::string& found) {
-  size_t line = 1, at = 0;
-  while (at < expected.size() && at < found.size() && expected[at] == found[at]) line += expected[at++] == '\n';
-  const auto lineAt = [&](const std::string& text) {
-    const size_t from = text.rfind('\n', at == 0 ? 0 : at - 1);
-    const size_t start = from == std::string::npos || at == 0 ? 0 : from + 1;
-    return text.substr(start, text.find('\n', start) - start);
-  };
-  return "line " + std::to_string(line) + ": expected \"" + lineAt(expected) + "\", found \"" + lineAt(found) + "\"";
-}
-
 TEST(EveryKind, ReadWrittenBackAndDumpedAsKept) {
   const std::vector<uint8_t> bytes = FileBytes(kFormatDir / "every-kind.kvl");
   ASSERT_FALSE(bytes.empty());
@@ -65,16 +43,9 @@ TEST(EveryKind, ReadWrittenBackAndDumpedAsKept) {
   EXPECT_EQ(doc.table.Size(), doc.chunks.size());
 
   doc.table.settings.optimize = false;  // every record read is written
-  const std::vector<uint8_t> again = Written(doc.table);
-  size_t at = 0;
-  while (at < bytes.size() && at < again.size() && bytes[at] == again[at]) ++at;
-  if (at < bytes.size()) {
-    const ChunkEntry* chunk = nullptr;
-    for (const ChunkEntry& c : doc.chunks) chunk = c.offset <= at ? &c : chunk;
-    ADD_FAILURE() << "written back, the file differs at offset " << at << " of " << bytes.size() << ", in chunk id "
-                  << (chunk ? chunk->id : 0);
-  }
-  EXPECT_EQ(again.size(), bytes.size());
+  const std::string file(bytes.begin(), bytes.end());
+  const std::string again = testing::WrittenKvl(doc.table);
+  EXPECT_EQ(again, file) << "written back, " << testing::FirstDifference("every-kind.kvl", file, again);
 
   const std::string dump = AsciiDumpText(doc.table);
   const std::filesystem::path keptDump = kFormatDir / "every-kind.txt";
@@ -83,7 +54,7 @@ TEST(EveryKind, ReadWrittenBackAndDumpedAsKept) {
   }
   const std::vector<uint8_t> kept = FileBytes(keptDump);
   const std::string keptText(kept.begin(), kept.end());
-  EXPECT_EQ(dump, keptText) << FirstDifferentLine(keptText, dump);
+  EXPECT_EQ(dump, keptText) << testing::FirstDifference("every-kind.txt", keptText, dump);
 }
 
 // Cut anywhere, the file is read without a crash: cut between chunks it
