@@ -74,8 +74,10 @@ void LocalTransform(host::INode* node, host::TimeValue t, PRSTransform& out, con
 
 void QuaternionFromRows(const Point3 m[3], float q[4]) {
   const float trace = m[0][0] + m[1][1] + m[2][2];
+  // The 1.0 and 0.5 are f32 constants: the sum under the root is rounded to
+  // f32 first, which decides the last bit of a component now and then.
   if (trace > 0.0f) {
-    const float s = static_cast<float>(std::sqrt(trace + 1.0));
+    const float s = std::sqrt(trace + 1.0f);
     q[3] = s * 0.5f;
     const float k = static_cast<float>(0.5 / s);
     q[0] = (m[1][2] - m[2][1]) * k;
@@ -89,7 +91,7 @@ void QuaternionFromRows(const Point3 m[3], float q[4]) {
   if (m[2][2] > m[i][i]) i = 2;
   const int j = next[i];
   const int k = next[j];
-  const float s = static_cast<float>(std::sqrt(m[i][i] - (m[k][k] + m[j][j]) + 1.0));
+  const float s = std::sqrt(m[i][i] - (m[k][k] + m[j][j]) + 1.0f);
   q[i] = s * 0.5f;
   const float f = s != 0.0f ? static_cast<float>(0.5 / s) : s;
   q[3] = (m[j][k] - m[k][j]) * f;
