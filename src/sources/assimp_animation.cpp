@@ -84,7 +84,14 @@ aiMatrix4x4 ChannelMatrix(const aiNodeAnim& channel, double time, const aiMatrix
   const aiVector3D position = Sample(channel.mPositionKeys, channel.mNumPositionKeys, time, restPosition, lerp);
   const aiQuaternion rotation = Sample(channel.mRotationKeys, channel.mNumRotationKeys, time, restRotation, slerp);
   const aiVector3D scale = Sample(channel.mScalingKeys, channel.mNumScalingKeys, time, restScale, lerp);
-  return aiMatrix4x4(scale, rotation, position);
+  // Scale first, then the turn, then the shift, as Assimp's own nodes hold
+  // it. (Assimp's constructor from the three scales the rotation's rows,
+  // which scales along the parent's axes after the turn: not the same
+  // matrix once the scale is not uniform.)
+  aiMatrix4x4 translation, scaling;
+  aiMatrix4x4::Translation(position, translation);
+  aiMatrix4x4::Scaling(scale, scaling);
+  return translation * aiMatrix4x4(rotation.GetMatrix()) * scaling;
 }
 
 void AddTimes(const aiNodeAnim& channel, std::set<double>& times) {
@@ -124,11 +131,17 @@ void BuildAnimation(AssimpBuild& build, const std::vector<std::pair<host::Memory
   build.scene.animationRange = host::Interval(0, 0);
   const aiAnimation* animation = ChooseAnimation(build.ai, build.options.animation);
   if (!animation) return;
+  if (build.ai.mNumAnimations > 1) {
+    build.notes.push_back("the file holds " + std::to_string(build.ai.mNumAnimations) + " animations; " +
+                          Quote(Text(animation->mName)) + " is exported (--animation NAME|INDEX chooses another)");
+  }
 
   std::map<std::string, const aiNodeAnim*> channels;
   for (unsigned c = 0; c < animation->mNumChannels; ++c) {
     const aiNodeAnim* channel = animation->mChannels[c];
     const std::string name = Text(channel->mNodeName);
+    // Pivot helpers are in the map too, under their own names: each one's
+    // channel finds its place in its node's chain below.
     if (build.nodesByName.count(name) == 0) {
       build.notes.push_back("animation " + Quote(Text(animation->mName)) + ": channel for node " + Quote(name) +
                             ", which the scene does not have, is left out");

@@ -34,4 +34,26 @@ aiMatrix4x4 ToAiMatrix(const host::Matrix3& m) {
 
 std::string Quote(const std::string& text) { return "\"" + text + "\""; }
 
+void AssimpBuild::LeaveBehind(const std::string& what, const std::string& name) {
+  for (auto& [kind, names] : leftBehind) {
+    if (kind == what) {
+      names.push_back(name);
+      return;
+    }
+  }
+  leftBehind.push_back({what, {name}});
+}
+
+void AssimpBuild::NoteLeftBehind() {
+  // A few names tell the user where to look; a thousand would bury the rest.
+  constexpr size_t kNamesShown = 5;
+  for (const auto& [what, names] : leftBehind) {
+    std::string note = what + ":";
+    for (size_t i = 0; i < names.size() && i < kNamesShown; ++i) note += (i ? ", " : " ") + Quote(names[i]);
+    if (names.size() > kNamesShown) note += " and " + std::to_string(names.size() - kNamesShown) + " more";
+    notes.push_back(note);
+  }
+  leftBehind.clear();
+}
+
 }  // namespace kvl::sources

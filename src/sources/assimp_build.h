@@ -34,6 +34,12 @@ struct AssimpBuild {
   std::string path;       // the file the scene came from
   std::string format;     // its extension in small letters, without the dot
   std::vector<std::string> notes;
+  // What the scene leaves behind, said once per scene rather than once per
+  // node: per kind (in the order first met), the names it applies to.
+  std::vector<std::pair<std::string, std::vector<std::string>>> leftBehind;
+  void LeaveBehind(const std::string& what, const std::string& name);
+  // One note per kind of leftBehind, appended to notes.
+  void NoteLeftBehind();
 
   // Per Assimp material, the host material; null where the file had none
   // and Assimp made up its default.

@@ -20,9 +20,12 @@ namespace kvl::sources {
 namespace {
 
 void Configure(Assimp::Importer& importer) {
-  // Pivots go into the node's transform where Assimp can do it; the helper
-  // nodes it still makes are folded by the node builder.
-  importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
+  // FBX pivots as Assimp's helper nodes, one per factor of the pivot
+  // chain: the node builder folds them into their node, and the animation
+  // builder puts each helper's channel in its place in the chain. Collapsed
+  // by Assimp instead, the chain's animated factors would be lost (its
+  // channels still name the helpers).
+  importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, true);
   // Collada nodes by the names the user gave them, not their ids.
   importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_USE_COLLADA_NAMES, true);
   // A file of bones without meshes stays without meshes.
@@ -37,7 +40,8 @@ unsigned AssimpPostProcessSteps() {
 
 SceneLoadResult ConvertAssimpScene(const aiScene& ai, const std::string& path, const SourceOptions& options) {
   SceneLoadResult result;
-  if (ai.mNumMeshes == 0 && ai.mNumCameras == 0 && ai.mNumLights == 0 && ai.mNumAnimations == 0) {
+  const bool anyNode = ai.mRootNode && ai.mRootNode->mNumChildren != 0;
+  if (ai.mNumMeshes == 0 && ai.mNumCameras == 0 && ai.mNumLights == 0 && ai.mNumAnimations == 0 && !anyNode) {
     result.error = "cannot import: the file holds nothing a scene is made of (no meshes, cameras, lights or animations)";
     return result;
   }
@@ -59,6 +63,7 @@ SceneLoadResult ConvertAssimpScene(const aiScene& ai, const std::string& path, c
     result.error = "too large to load (out of memory)";
   }
   if (result.error.empty()) result.scene = std::move(scene);
+  build.NoteLeftBehind();
   result.notes = std::move(build.notes);
   return result;
 }
@@ -79,7 +84,7 @@ SceneLoadResult LoadAssimpSceneFile(const std::string& path, const SourceOptions
     // Read first, check, and only then post-process: see
     // CheckFacesBeforePostProcessing.
     ai = importer.ReadFile(path, 0);
-    if (ai && !(ai->mFlags & AI_SCENE_FLAGS_INCOMPLETE)) {
+    if (ai) {
       const std::string problem = CheckFacesBeforePostProcessing(*ai);
       if (!problem.empty()) {
         result.error = "cannot import: " + problem;
@@ -97,8 +102,11 @@ SceneLoadResult LoadAssimpSceneFile(const std::string& path, const SourceOptions
     result.error = "cannot import: " + (reason.empty() ? std::string("Assimp gave no reason") : reason);
     return result;
   }
-  if ((ai->mFlags & AI_SCENE_FLAGS_INCOMPLETE) || !ai->mRootNode) {
-    result.error = "cannot import: the file holds no complete scene (Assimp marks it incomplete)";
+  // Assimp marks every scene without a mesh incomplete; a file of cameras,
+  // lights or animated nulls is a scene all the same. Only a scene without
+  // a tree is nothing to export.
+  if (!ai->mRootNode) {
+    result.error = "cannot import: the file holds no node tree";
     return result;
   }
   return ConvertAssimpScene(*ai, path, options);

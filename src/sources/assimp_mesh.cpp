@@ -76,7 +76,7 @@ host::Mtl* DefaultMaterial(AssimpBuild& build, const std::string& nodeName) {
   material->name = nodeName;
   host::Mtl* made = material.get();
   build.scene.materials.push_back(std::move(material));
-  build.notes.push_back("node " + Quote(nodeName) + ": the file gives it no material; it gets the default grey one");
+  build.LeaveBehind("nodes whose mesh the file gives no material get the default grey one", nodeName);
   return made;
 }
 
@@ -226,8 +226,7 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
     FillChannel(mesh, host::MAP_ALPHA, std::move(alphas), std::move(sourceFaces));
   }
   if (dropped != 0) {
-    build.notes.push_back("node " + Quote(nodeName) + ": " + std::to_string(dropped) +
-                          " points and lines left out; the host's meshes hold triangles only");
+    build.LeaveBehind("points and lines are left out (the host's meshes hold triangles only)", nodeName);
   }
 
   material = slots.size() == 1 ? slots.front() : MultiMaterial(build, slots, nodeName);
