@@ -10,6 +10,7 @@
 
 #include "sources/assimp_animation.h"
 #include "sources/assimp_build.h"
+#include "sources/assimp_confined_io.h"
 #include "sources/assimp_materials.h"
 #include "sources/assimp_nodes.h"
 #include "sources/assimp_objects.h"
@@ -79,11 +80,20 @@ SceneLoadResult LoadAssimpSceneFile(const std::string& path, const SourceOptions
   if (!result.error.empty()) return result;
   Assimp::Importer importer;
   Configure(importer);
+  auto* files = new ConfinedIOSystem(path, options.allowOutsideReferences);
+  importer.SetIOHandler(files);  // the importer owns it from here
   const aiScene* ai = nullptr;
   try {
     // Read first, check, and only then post-process: see
     // CheckFacesBeforePostProcessing.
     ai = importer.ReadFile(path, 0);
+    // Refused even where the importer went on without the file: the user
+    // should know the scene asked for it.
+    if (!files->refused().empty()) {
+      result.error = "cannot import: the scene refers to " + Quote(files->refused()) +
+                     ", which is not a path inside its folder (--allow-outside-references reads it)";
+      return result;
+    }
     if (ai) {
       const std::string problem = CheckFacesBeforePostProcessing(*ai);
       if (!problem.empty()) {

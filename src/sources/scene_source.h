@@ -21,6 +21,9 @@ struct SourceOptions {
   // False to name embedded textures without writing them (a look at the
   // scene that exports nothing).
   bool writeTextures = true;
+  // False: the files a scene refers to (buffers, images, material
+  // libraries) are read only from the scene's folder and below.
+  bool allowOutsideReferences = false;
 };
 
 // True if the path names our JSON scene description (by its extension).
