@@ -6,7 +6,9 @@
 #include <filesystem>
 #include <memory>
 #include <ostream>
+#include <string>
 #include <system_error>
+#include <vector>
 
 #include "cli/exit_codes.h"
 #include "cli/export_stats.h"
@@ -128,6 +130,17 @@ class HostSession {
   EndCodeRecorder recorder_;
 };
 
+// The meshes that deform over the animation and so go out in their rest
+// pose without --vertex-animation, in the order of the scene's tree. Only
+// meshes with a material: the exporter makes nothing of the others.
+void NoteDeformingMeshes(host::MemoryNode& node, host::Interval range, std::vector<std::string>& names) {
+  if (!node.isRoot && node.object && node.material &&
+      node.object->SuperClassID() == host::GEOMOBJECT_CLASS_ID && host::ChangesWithin(*node.object, range)) {
+    names.push_back(node.name);
+  }
+  for (auto& child : node.children) NoteDeformingMeshes(*child, range, names);
+}
+
 }  // namespace
 
 bool ParseControlEdit(const std::string& text, ui::ControlEdit& edit) {
@@ -173,6 +186,15 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
     return EXIT_FAILED;
   }
   for (const std::string& note : loaded.notes) err << "kvlexp: " << request.scenePath << ": note: " << note << "\n";
+  if (!request.vertexAnimation) {
+    std::vector<std::string> deforming;
+    NoteDeformingMeshes(loaded.scene->root, loaded.scene->animationRange, deforming);
+    for (const std::string& name : deforming) {
+      err << "kvlexp: " << request.scenePath << ": note: mesh \"" << name
+          << "\" deforms over the animation; it is exported in its rest pose (--vertex-animation exports its "
+             "frames)\n";
+    }
+  }
 
   const std::string pluginPath = request.pluginPath.empty() ? DefaultPluginPath() : request.pluginPath;
   std::string pluginError;
@@ -195,7 +217,8 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
   {
     HostSession session(request, *loaded.scene, out, err);
     if (request.phase) request.phase(PHASE_EXPORTING);
-    exporter->DoExport(request.outputPath.c_str(), &run, &session.Core(), false, 0);
+    const uint32_t options = request.vertexAnimation ? host::SCENE_EXPORT_VERTEX_ANIMATION : 0;
+    exporter->DoExport(request.outputPath.c_str(), &run, &session.Core(), false, options);
     dialogEndedWithCancel = session.OptionsCancelled();
     dialogRefused = session.Toolkit().Refused();
   }

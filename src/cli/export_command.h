@@ -23,6 +23,7 @@ struct ExportRequest {
   bool stats = false;                  // print phase times and counts after the export
   bool preview = false;                // write OUTPUT.html beside a KVL output (kvlexp preview)
   std::string animation;               // the file's animation to export, by name or index; empty: the first
+  bool vertexAnimation = false;        // deforming meshes as vertex animation frames, not in their rest pose
   PhaseSignal phase;                   // told when the load and the export start; may be empty
   DialogToolkit* dialogs = nullptr;    // shows the dialogs on a window, ignoring edits and cancel; null: none
 };

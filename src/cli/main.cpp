@@ -58,6 +58,9 @@ int main(int argc, char** argv) {
                         "the folder that stands for drive C: (default ~/.kvlexp/c)");
   exportCmd->add_option("--animation", request.animation,
                         "NAME|INDEX: the animation of a glTF, FBX, Collada... file to export (default: the first)");
+  exportCmd->add_flag("--vertex-animation", request.vertexAnimation,
+                      "export meshes that deform over the animation (skins, morph targets, keyed vertices) as "
+                      "one vertex list per sample; without it they are exported in their rest pose");
   exportCmd->add_flag("--verify", request.verify,
                       "read the written KVL file back and validate it; errors give a non-zero exit");
   bool gui = false;

@@ -47,7 +47,7 @@ uint32_t KVLExp::IdForHandle(uint32_t handle) {
 }
 
 int KVLExp::DoExport(const char* name, host::ExpInterface* ei, host::Interface* i,
-                     bool /*suppressPrompts*/, uint32_t /*options*/) {
+                     bool /*suppressPrompts*/, uint32_t options) {
   // Every number read or written from here on uses a dot as decimal point.
   std::setlocale(LC_ALL, "C");
   // The dialog toolkit stays entered until we return, on every way out.
@@ -59,6 +59,7 @@ int KVLExp::DoExport(const char* name, host::ExpInterface* ei, host::Interface* 
   host::ExpInterface noPreferences;
   host::ExpInterface& hostSide = ei ? *ei : noPreferences;
   splitMeshes_ = hostSide.SplitOversizedMeshes();
+  vertexAnimation_ = (options & host::SCENE_EXPORT_VERTEX_ANIMATION) != 0;
 
   if (!ConfirmSettings(name)) {
     // Cancel: no log, no output, and the settings file as it was.

@@ -103,6 +103,7 @@ class KVLExp : public host::SceneExport {
   ConfigStore settingsStore_{"=", false};
   ExportLog log_;
   bool splitMeshes_ = true;  // the host's preference for this run
+  bool vertexAnimation_ = false;  // deforming meshes as vertex animation (DoExport's options)
   GroupNode* rootNode_ = nullptr;  // owned by the table; the sceneroot node may replace it
 };
 

@@ -2,6 +2,8 @@
 // lights, shapes, helpers. SuperClassID tells them apart.
 #pragma once
 
+#include <cstdint>
+
 #include "host/max_types.h"
 #include "host/mesh.h"
 #include "host/class_id.h"
@@ -16,6 +18,11 @@ inline constexpr SClass_ID CAMERA_CLASS_ID = 0x20;
 inline constexpr SClass_ID LIGHT_CLASS_ID = 0x30;
 inline constexpr SClass_ID SHAPE_CLASS_ID = 0x40;
 inline constexpr SClass_ID HELPER_CLASS_ID = 0x50;
+
+// The ends of time, and the interval of an object that never changes.
+inline constexpr TimeValue TIME_NegInfinity = INT32_MIN;
+inline constexpr TimeValue TIME_PosInfinity = INT32_MAX;
+inline const Interval FOREVER{TIME_NegInfinity, TIME_PosInfinity};
 
 // Selectors of CameraObject::GetClipDist.
 inline constexpr int CAM_HITHER_CLIP = 1;
@@ -32,7 +39,22 @@ class Object {
     needDelete = false;
     return nullptr;
   }
+
+  // The interval around t over which the object stays as it is at t. A
+  // skin, morph targets or keyed vertices make it shorter.
+  virtual Interval ObjectValidity(TimeValue /*t*/) { return FOREVER; }
+
+  // The object under whatever deforms it over time (a skin, morph targets):
+  // the mesh in its rest pose. An object that nothing deforms is its own.
+  virtual Object* FindBaseObject() { return this; }
 };
+
+// Whether the object changes anywhere in `range`: its validity at the
+// range's start does not reach over the whole range.
+inline bool ChangesWithin(Object& object, Interval range) {
+  const Interval valid = object.ObjectValidity(range.Start());
+  return valid.Start() > range.Start() || valid.End() < range.End();
+}
 
 class GeomObject : public Object {
  public:

@@ -15,8 +15,11 @@ using HINSTANCE = void*;
 // The host's super class of scene exporters.
 inline constexpr SClass_ID SCENE_EXPORT_CLASS_ID = 0xA20;
 
-// Flag of DoExport's options: export only the selected nodes.
+// Flags of DoExport's options: export only the selected nodes; export
+// meshes that deform over the animation as vertex animation (one vertex
+// list per sample) rather than in their rest pose.
 inline constexpr uint32_t SCENE_EXPORT_SELECTED = 1;
+inline constexpr uint32_t SCENE_EXPORT_VERTEX_ANIMATION = 2;
 
 // What the host hands to an exporter besides the Interface. The original
 // host gave nothing an exporter of this kind used; this host also carries

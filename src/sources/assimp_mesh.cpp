@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "host/memory_materials.h"
+#include "sources/assimp_deformers.h"
 #include "sources/assimp_smoothing.h"
 
 namespace kvl::sources {
@@ -14,25 +15,29 @@ constexpr float kSmoothingAngle = 80.0f * 3.14159265f / 180.0f;
 
 // Welds positions by their exact bits (-0 taken as 0): an open-addressing
 // table of indices into the host's vertex list, so that a million vertices
-// cost no allocation each.
+// cost no allocation each. Vertices that a skin or morph targets move apart
+// are told apart by their weld class (see NodeDeformers) and never welded.
 class PositionWelder {
  public:
-  PositionWelder(std::vector<host::Point3>& verts, size_t expected) : verts_(verts) {
+  PositionWelder(std::vector<host::Point3>& verts, size_t expected, bool withClasses)
+      : verts_(verts), withClasses_(withClasses) {
     size_t size = 16;
     while (size < 2 * expected) size *= 2;
     slots_.assign(size, kEmpty);
+    if (withClasses) classes_.reserve(expected);
   }
 
-  uint32_t Weld(const aiVector3D& p) {
+  uint32_t Weld(const aiVector3D& p, uint32_t weldClass) {
     const host::Point3 q(p.x == 0.0f ? 0.0f : p.x, p.y == 0.0f ? 0.0f : p.y, p.z == 0.0f ? 0.0f : p.z);
     if (2 * (verts_.size() + 1) > slots_.size()) Grow();
     for (size_t i = Hash(q) & (slots_.size() - 1);; i = (i + 1) & (slots_.size() - 1)) {
       if (slots_[i] == kEmpty) {
         slots_[i] = static_cast<uint32_t>(verts_.size());
         verts_.push_back(q);
+        if (withClasses_) classes_.push_back(weldClass);
         return slots_[i];
       }
-      if (Same(verts_[slots_[i]], q)) return slots_[i];
+      if (Same(verts_[slots_[i]], q) && (!withClasses_ || classes_[slots_[i]] == weldClass)) return slots_[i];
     }
   }
 
@@ -68,6 +73,8 @@ class PositionWelder {
 
   std::vector<host::Point3>& verts_;
   std::vector<uint32_t> slots_;
+  std::vector<uint32_t> classes_;  // per host vertex, when withClasses_
+  bool withClasses_ = false;
 };
 
 // The host's material for meshes whose file has none: grey, after the node.
@@ -132,8 +139,10 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
   // Memory is written once and kept small: fresh pages cost more than the
   // work done on them. Per source vertex: its host vertex, its file normal
   // (unit), and the first face that uses it.
+  NodeDeformers deformers = ReadNodeDeformers(build, node, nodeName, sourceCount);
+  const std::vector<uint32_t>& weldClass = deformers.weldClass;
   mesh.verts.reserve(sourceCount);
-  PositionWelder welder(mesh.verts, sourceCount);
+  PositionWelder welder(mesh.verts, sourceCount, !weldClass.empty());
   std::vector<uint32_t> hostOf(sourceCount);
   std::vector<host::Point3> normals(sourceCount);
   std::vector<uint8_t> usable(sourceCount, 0);
@@ -161,7 +170,7 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
     const host::MtlID slot = slotOf(mtl);
 
     for (unsigned v = 0; v < m.mNumVertices; ++v) {
-      hostOf[base + v] = welder.Weld(m.mVertices[v]);
+      hostOf[base + v] = welder.Weld(m.mVertices[v], weldClass.empty() ? 0 : weldClass[base + v]);
       if (m.HasNormals()) {
         normals[base + v] = host::Point3(m.mNormals[v].x, m.mNormals[v].y, m.mNormals[v].z);
         usable[base + v] = MakeUnit(normals[base + v]);
@@ -228,6 +237,8 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
   if (dropped != 0) {
     build.LeaveBehind("points and lines are left out (the host's meshes hold triangles only)", nodeName);
   }
+
+  if (!weldClass.empty()) AttachDeformers(build, std::move(deformers), hostOf, *object);
 
   material = slots.size() == 1 ? slots.front() : MultiMaterial(build, slots, nodeName);
   return object;

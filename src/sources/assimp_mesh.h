@@ -1,8 +1,10 @@
 // A node's Assimp meshes as one host mesh, as a modelling application holds
 // it: triangles over vertices welded by exact position, the first UV set in
 // map channel 1 and the first colour set in channels 0 and -2 with their own
-// corner indices, smoothing groups from the file's normals, and one material
-// id per Assimp mesh when the node has several materials.
+// corner indices, smoothing groups from the file's normals, one material
+// id per Assimp mesh when the node has several materials, and the skin and
+// morph targets that deform the meshes (vertices that they move apart stay
+// apart).
 #pragma once
 
 #include <memory>

@@ -56,8 +56,16 @@ void KVLExp::TranslateGeometry(NodeVisit& visit, host::Object& object) {
   geometry.objects.push_back(mesh.get());
 
   const bool useTriangleInfo = visit.properties.GetInt("notib", 0) == 0;
+  // With vertex animation the mesh goes out as the host evaluates it, as
+  // frames if it deforms over the animation. Without, it goes out in its
+  // rest pose, as it is before a skin or morph targets move it: a pose at
+  // tick 0 would be one frame of an animation taken for the whole mesh.
+  const bool animate =
+      vertexAnimation_ && host::ChangesWithin(object, host::Interval(animStart_, animEnd_));
+  host::Object* shape = vertexAnimation_ ? &object : object.FindBaseObject();
+  if (!shape) shape = &object;
   bool needDelete = false;
-  host::Mesh* hostMesh = object.GetRenderMesh(0, visit.node, ExporterRenderView(), needDelete);
+  host::Mesh* hostMesh = shape->GetRenderMesh(0, visit.node, ExporterRenderView(), needDelete);
   if (!hostMesh) {
     // No mesh: the geometry stays, the mesh node goes again so that nothing
     // points at a record that no table owns. Its id stays used.
@@ -66,7 +74,7 @@ void KVLExp::TranslateGeometry(NodeVisit& visit, host::Object& object) {
   }
   // The key is only used up here, so its line does not become an attribute.
   visit.properties.GetInt("morph", 0);
-  ExtractMesh(visit.node, *hostMesh, *mesh, useTriangleInfo, false);
+  ExtractMesh(visit.node, *hostMesh, *mesh, useTriangleInfo, animate);
   table_.Insert(std::move(mesh));
   if (needDelete) delete hostMesh;
 }
