@@ -60,7 +60,7 @@ scene.add(fileRoot);
 const objects = new Map();    // record id -> Object3D in the file tree
 const markers = [];
 const animated = [];          // { object, sequence }
-const morphs = [];            // { geometry, frames: [BufferAttribute] }
+const morphs = [];            // { mesh, geometry, frames: [{ position, normal }], shown, seen, rate, startTime }
 const cameras = [];           // { record, object, camera }
 const built = { meshObjects: 0, drawnTriangles: 0, drawnVertices: 0, cameras: 0, markers: 0, materials: 0 };
 
@@ -130,7 +130,11 @@ function materialFor(sub, vertexColours) {
     // The power is the host's shininess strength: it scales the highlight.
     const strength = Math.max(0, Math.min(1, m.specularPower));
     mat = new THREE.MeshPhongMaterial({
-      color: rgb(m.diffuse),
+      // Corner colours are the final colours: with lights off the exporter
+      // puts the material's colour into the corners and may fold the
+      // material into another one of a different colour, so multiplying by
+      // its diffuse again would show the wrong colour (red on green: black).
+      color: vertexColours ? new THREE.Color(1, 1, 1) : rgb(m.diffuse),
       specular: rgb(m.specular).multiplyScalar(strength),
       emissive: rgb(m.emissive),
       shininess: 30,
@@ -193,11 +197,12 @@ function submeshGeometry(sub, vb, faces, tib) {
     if (base.color) geometry.setAttribute("color", new THREE.BufferAttribute(colourArray(base.color), 3));
     if (base.uv) geometry.setAttribute("uv", new THREE.BufferAttribute(base.uv, 2));
     geometry.setIndex(new THREE.BufferAttribute(corners, 1));
-    if (lists.length > 1) {
-      morphs.push({ geometry, frames: lists.map((l) => new THREE.BufferAttribute(l.position, 3)) });
-    }
     if (!base.normal) geometry.computeVertexNormals();
-    return { geometry, colours: !!base.color };
+    const frames = lists.length > 1 ? lists.map((l) => ({
+      position: new THREE.BufferAttribute(l.position, 3),
+      normal: l.normal ? new THREE.BufferAttribute(l.normal, 3) : null,
+    })) : null;
+    return { geometry, colours: !!base.color, frames };
   }
   // Per-corner data lives in the triangle info buffer: one vertex per corner.
   const n = corners.length;
@@ -228,8 +233,11 @@ function submeshGeometry(sub, vb, faces, tib) {
   }
   if (base.normal) geometry.setAttribute("normal", new THREE.BufferAttribute(expand(base.normal, 3), 3));
   else geometry.computeVertexNormals();
-  if (lists.length > 1) morphs.push({ geometry, frames: lists.map((l) => new THREE.BufferAttribute(expand(l.position, 3), 3)) });
-  return { geometry, colours: (tib.flags & 1) !== 0 || !!base.color };
+  const frames = lists.length > 1 ? lists.map((l) => ({
+    position: new THREE.BufferAttribute(expand(l.position, 3), 3),
+    normal: l.normal ? new THREE.BufferAttribute(expand(l.normal, 3), 3) : null,
+  })) : null;
+  return { geometry, colours: (tib.flags & 1) !== 0 || !!base.color, frames };
 }
 
 function buildMesh(rec) {
@@ -251,12 +259,57 @@ function buildMesh(rec) {
     }
     const mesh = new THREE.Mesh(built_.geometry, materialFor(sub, built_.colours));
     mesh.userData.recordId = rec.id;
+    if (built_.frames) addMorph(rec, built_.geometry, built_.frames);
     group.add(mesh);
     built.meshObjects += 1;
     built.drawnTriangles += built_.geometry.index ? built_.geometry.index.count / 3 : built_.geometry.attributes.position.count / 3;
     built.drawnVertices += new Set(faces.indices).size;
   }
   return group;
+}
+
+// ---- vertex animation ----
+// A morphing buffer holds one vertex list per frame. The file gives the
+// frames no rate of their own: they lie on the sample grid of the animation
+// group above the mesh, as its samples do, or at 30 per second without one.
+const DEFAULT_MORPH_RATE = 30;
+
+function morphClock(meshRecord) {
+  const seen = new Set();
+  for (let r = meshRecord; r && !seen.has(r.id); r = doc.records.get(r.parentId)) {
+    seen.add(r.id);
+    if (r.type !== "animation group") continue;
+    const s = r.sequences[0];
+    if (s && s.sampleRate > 0) return { rate: s.sampleRate, startTime: s.startTime };
+    break;
+  }
+  return { rate: DEFAULT_MORPH_RATE, startTime: 0 };
+}
+
+function addMorph(rec, geometry, frames) {
+  // Bounds that hold every frame, so that neither the framing nor the
+  // culling loses the shape when it moves away from its first frame.
+  const box = new THREE.Box3();
+  for (const f of frames) box.union(new THREE.Box3().setFromBufferAttribute(f.position));
+  geometry.boundingBox = box;
+  geometry.boundingSphere = box.getBoundingSphere(new THREE.Sphere());
+  morphs.push(Object.assign({ mesh: rec.id, geometry, frames, shown: 0, seen: new Set() }, morphClock(rec)));
+}
+
+function frameAt(m, ms) {
+  // Frame i lies at i * 1000 / rate - startTime milliseconds, like sample i.
+  const f = Math.floor(((ms + m.startTime) * m.rate) / 1000 + 1e-6);
+  return Math.max(0, Math.min(m.frames.length - 1, f));
+}
+
+function showFrame(m, index) {
+  if (index === m.shown) return;
+  const frame = m.frames[index];
+  m.geometry.setAttribute("position", frame.position);
+  if (frame.normal) m.geometry.setAttribute("normal", frame.normal);
+  else m.geometry.computeVertexNormals();
+  m.shown = index;
+  m.seen.add(index);
 }
 
 // ---- markers ----
@@ -358,19 +411,15 @@ function sampleAt(seq, ms) {
   return out;
 }
 
-let morphRate = 30;
-for (const a of animated) if (a.sequence.sampleRate > 0) { morphRate = a.sequence.sampleRate; break; }
 let duration = 0;
 for (const a of animated) duration = Math.max(duration, a.sequence.endTime, ((a.sequence.samples.length - 1) * 1000) / a.sequence.sampleRate - a.sequence.startTime);
-for (const m of morphs) duration = Math.max(duration, (m.frames.length * 1000) / morphRate);
+// The last frame is shown for one step of its grid before the loop starts over.
+for (const m of morphs) duration = Math.max(duration, (m.frames.length * 1000) / m.rate - m.startTime);
 duration = Math.max(0, duration);
 
 function setTime(ms) {
   for (const a of animated) if (a.sequence.samples.length) applyTransform(a.object, sampleAt(a.sequence, ms));
-  for (const m of morphs) {
-    const frame = Math.max(0, Math.min(m.frames.length - 1, Math.floor((ms * morphRate) / 1000 + 1e-6)));
-    m.geometry.setAttribute("position", m.frames[frame]);
-  }
+  for (const m of morphs) showFrame(m, frameAt(m, ms));
   fileRoot.updateMatrixWorld(true);
   updateCameras();
 }
@@ -496,6 +545,18 @@ markerToggle.addEventListener("change", showMarkers);
 showMarkers();
 if (params.get("wireframe") === "1") { wireToggle.checked = true; wireToggle.dispatchEvent(new Event("change")); }
 
+// What the timeline shows, for a test reading the page: the time, whether it
+// plays, how often it has started over, and each morph's frame.
+const playback = document.getElementById("kvl-playback");
+let loops = 0;
+function showPlayback() {
+  playback.textContent = JSON.stringify({
+    time: now, playing, loops,
+    morphs: morphs.map((m) => ({ mesh: m.mesh, frame: m.shown, frames: m.frames.length, rate: m.rate,
+                                 framesShown: Array.from(m.seen).sort((a, b) => a - b) })),
+  });
+}
+
 const slider = document.getElementById("timeline");
 const timeText = document.getElementById("time");
 const playButton = document.getElementById("play");
@@ -504,12 +565,14 @@ let playing = false, now = 0, last = performance.now();
 function showTime() {
   slider.value = String(Math.round(now));
   timeText.textContent = `${(now / 1000).toFixed(3)} s / ${(duration / 1000).toFixed(3)} s`;
+  showPlayback();
 }
-playButton.addEventListener("click", () => {
-  playing = !playing;
+function setPlaying(on) {
+  playing = on;
   playButton.textContent = playing ? "Pause" : "Play";
   last = performance.now();
-});
+}
+playButton.addEventListener("click", () => setPlaying(!playing));
 slider.addEventListener("input", () => { now = Number(slider.value); setTime(now); showTime(); });
 if (duration === 0) { playButton.disabled = true; slider.disabled = true; }
 
@@ -517,12 +580,17 @@ if (duration === 0) { playButton.disabled = true; slider.disabled = true; }
 resize();
 setTime(0);
 frameScene();
+// The page plays what moves in a loop, unless ?time= holds it at one moment
+// (?time=T&play=1 starts playing there).
 if (params.has("time")) now = Math.max(0, Math.min(duration, Number(params.get("time")) * 1000));
+if (duration > 0 && (!params.has("time") || params.get("play") === "1")) setPlaying(true);
 if (params.has("camera")) {
   cameraSelect.value = params.get("camera");
   cameraSelect.dispatchEvent(new Event("change"));
 }
 setTime(now);
+// Frames shown from here on: the start time's, then what playing brings.
+for (const m of morphs) m.seen = new Set([m.shown]);
 showTime();
 
 const summaryElement = document.getElementById("kvl-summary");
@@ -537,7 +605,12 @@ summaryElement.textContent = JSON.stringify(Object.assign({}, summary, { built, 
 let rendered = 0;
 function frame(time) {
   if (playing && duration > 0) {
-    now = (now + (time - last)) % duration;
+    // A frame's time stamp may lie just before the moment play was pressed.
+    now += Math.max(0, time - last);
+    if (now >= duration) {
+      loops += Math.floor(now / duration);
+      now %= duration;
+    }
     setTime(now);
     showTime();
   }

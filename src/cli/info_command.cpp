@@ -1,6 +1,7 @@
 #include "cli/info_command.h"
 
 #include <cmath>
+#include <fstream>
 #include <iomanip>
 #include <ostream>
 #include <set>
@@ -10,6 +11,7 @@
 #include "host/memory_objects.h"
 #include "host/memory_scene.h"
 #include "host/object.h"
+#include "output/kvl_validator.h"
 #include "sources/scene_source.h"
 
 namespace kvl::cli {
@@ -80,9 +82,23 @@ void PrintNode(host::MemoryNode& node, int depth, std::ostream& out, Totals& tot
   for (auto& child : node.children) PrintNode(*child, depth + 1, out, totals);
 }
 
+// Only the first bytes are read: a scene may be large.
+bool IsKvlFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  uint8_t start[2] = {};
+  file.read(reinterpret_cast<char*>(start), sizeof start);
+  return file.gcount() == sizeof start && StartsLikeKvl(start);
+}
+
 }  // namespace
 
 int RunInfo(const InfoRequest& request, std::ostream& out, std::ostream& err) {
+  // An importer would call a KVL file an unknown format, or read it as an
+  // empty scene if its name ends like one; the user meant `inspect`.
+  if (IsKvlFile(request.scenePath)) {
+    err << "kvlexp: " << request.scenePath << ": this is a KVL file: use inspect\n";
+    return EXIT_FAILED;
+  }
   sources::SourceOptions options;
   options.animation = request.animation;
   // Nothing is written for a look at the scene: embedded textures stay in it.

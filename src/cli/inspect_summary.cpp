@@ -5,6 +5,8 @@
 #include <ostream>
 #include <set>
 
+#include "output/kvl_validator.h"
+
 namespace kvl::cli {
 namespace {
 
@@ -268,8 +270,12 @@ json InspectSummary(const KvlDocument& doc, const std::string& path) {
   summary["animations"] = Animations(doc, totals);
   totals["materials"] = summary["materials"].size();
   totals["textures"] = summary["textures"].size();
-  totals["errors"] = doc.Count(Severity::ERROR);
-  totals["warnings"] = doc.Count(Severity::WARNING);
+  // The counts are those of `kvlexp validate`: the reader's problems and
+  // the checks across records, so that the two commands give one verdict.
+  size_t errors = doc.Count(Severity::ERROR), warnings = doc.Count(Severity::WARNING);
+  for (const FileProblem& p : CheckDocument(doc)) ++(p.severity == Severity::ERROR ? errors : warnings);
+  totals["errors"] = errors;
+  totals["warnings"] = warnings;
   summary["totals"] = totals;
   return summary;
 }

@@ -9,7 +9,8 @@
 
 namespace kvl::cli {
 
-// The hierarchy, meshes, materials, textures, animations and totals.
+// The hierarchy, meshes, materials, textures, animations and totals; the
+// totals' errors and warnings are the ones `kvlexp validate` lists.
 nlohmann::json InspectSummary(const KvlDocument& doc, const std::string& path);
 // Every chunk as the file holds it.
 nlohmann::json ChunkListing(const KvlDocument& doc, const std::string& path);

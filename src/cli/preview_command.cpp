@@ -8,6 +8,7 @@
 #include "cli/exit_codes.h"
 #include "cli/preview_page.h"
 #include "output/kvl_reader.h"
+#include "output/kvl_validator.h"
 
 namespace kvl::cli {
 namespace fs = std::filesystem;
@@ -42,6 +43,10 @@ int RunPreview(const PreviewRequest& request, std::ostream& out, std::ostream& e
   if (!ReadFileBytes(request.path, bytes, error)) {
     err << "kvlexp: " << request.path << ": " << error << "\n";
     return EXIT_UNREADABLE;
+  }
+  if (const std::string wrongKind = NotKvlReason(bytes); !wrongKind.empty()) {
+    err << "kvlexp: " << request.path << ": " << wrongKind << "\n";
+    return EXIT_FAILED;
   }
   const std::string pagePath = request.outputPath.empty() ? DefaultPreviewPath(request.path) : request.outputPath;
   fs::path folder = fs::path(pagePath).parent_path();

@@ -39,6 +39,16 @@ int RunValidate(const ValidateRequest& request, std::ostream& out, std::ostream&
     err << "kvlexp: " << request.path << ": " << error << "\n";
     return EXIT_UNREADABLE;
   }
+  // Another kind of file would only give a chunk header made of its first
+  // bytes and a size that runs past its end: say what it is instead.
+  if (const std::string wrongKind = NotKvlReason(bytes); !wrongKind.empty()) {
+    if (request.json) {
+      out << nlohmann::json{{"file", request.path}, {"readable", true}, {"valid", false}, {"error", wrongKind}}.dump(2)
+          << "\n";
+    }
+    err << "kvlexp: " << request.path << ": " << wrongKind << "\n";
+    return EXIT_FAILED;
+  }
   const Validation v = ValidateKvl(bytes);
   if (request.json) {
     nlohmann::json problems = nlohmann::json::array();

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <initializer_list>
 #include <map>
+#include <optional>
 #include <set>
 
 #include "output/binary_writer.h"
@@ -13,8 +15,11 @@ namespace {
 
 // Index problems of one face list listed one by one; the rest are counted.
 constexpr int MAX_INDEX_PROBLEMS = 8;
-// The largest vertex index that a 16-bit face list can hold.
-constexpr size_t MAX_ADDRESSABLE_VERTICES = 65536;
+// How many vertices one 16-bit face list can reach from its vertexOffset.
+constexpr uint64_t VERTICES_PER_OFFSET = 65536;
+// How much of a file that is not a KVL file is quoted back to the user.
+constexpr size_t QUOTED_TEXT = 20;
+constexpr size_t QUOTED_BYTES = 8;
 
 std::string IdText(uint32_t id) { return id == NODE_ID_NONE ? "none" : std::to_string(id); }
 
@@ -55,11 +60,39 @@ uint32_t ParentOf(const SceneNode& node) {
   }
 }
 
+// The vertices of a buffer that no face list can reach: a 16-bit index
+// added to a submesh's vertexOffset reaches the 65536 vertices from there.
+struct Unreached {
+  uint64_t first = 0;  // the lowest one
+  uint64_t count = 0;
+};
+
+std::optional<Unreached> UnreachedVertices(std::vector<uint64_t> offsets, uint64_t vertices) {
+  std::sort(offsets.begin(), offsets.end());
+  Unreached unreached;
+  uint64_t reachedUpTo = 0;  // vertices below it are reached, or counted as not
+  for (uint64_t offset : offsets) {
+    if (offset >= vertices) break;
+    if (offset > reachedUpTo) {
+      if (unreached.count == 0) unreached.first = reachedUpTo;
+      unreached.count += offset - reachedUpTo;
+    }
+    reachedUpTo = std::max(reachedUpTo, offset + VERTICES_PER_OFFSET);
+  }
+  if (reachedUpTo < vertices) {
+    if (unreached.count == 0) unreached.first = reachedUpTo;
+    unreached.count += vertices - reachedUpTo;
+  }
+  if (unreached.count == 0) return std::nullopt;
+  return unreached;
+}
+
 class Checker {
  public:
   explicit Checker(const KvlDocument& doc) : doc_(doc) {}
 
   std::vector<FileProblem> Run() {
+    CollectVertexOffsets();
     CheckIds();
     CheckRoots();
     for (const auto& [id, node] : doc_.table) CheckRecord(*node);
@@ -300,13 +333,31 @@ class Checker {
     }
   }
 
-  void CheckVertexBuffer(const VertexBufferNode& vb) {
-    const size_t count = vb.lists.empty() ? 0 : vb.lists.front().vertices.size();
-    if (count > MAX_ADDRESSABLE_VERTICES) {
-      Report(ChunkFor(vb), PayloadOf(vb), Severity::WARNING,
-             "vertices past index 65535 cannot be reached by 16-bit face lists (expected at most 65536, found " +
-                 std::to_string(count) + ")");
+  // The splitter puts the pieces of a big mesh into one buffer, each piece
+  // at its own vertexOffset, so a buffer may hold far more vertices than a
+  // 16-bit index counts, as long as every one lies within reach of some
+  // submesh that names the buffer.
+  void CollectVertexOffsets() {
+    for (const auto& [id, node] : doc_.table) {
+      if (node->type != NODE_MESH) continue;
+      for (const Submesh& s : As<MeshNode>(*node).submeshes) {
+        offsetsByBuffer_[s.vertexBufferId].push_back(s.vertexOffset);
+      }
     }
+  }
+
+  void CheckVertexBuffer(const VertexBufferNode& vb) {
+    const uint64_t count = vb.lists.empty() ? 0 : vb.lists.front().vertices.size();
+    auto named = offsetsByBuffer_.find(vb.id);
+    // A buffer that no submesh names is read from its start.
+    const std::vector<uint64_t> offsets = named == offsetsByBuffer_.end() ? std::vector<uint64_t>{0} : named->second;
+    const std::optional<Unreached> unreached = UnreachedVertices(offsets, count);
+    if (!unreached) return;
+    Report(ChunkFor(vb), PayloadOf(vb), Severity::WARNING,
+           std::to_string(unreached->count) + " of the " + std::to_string(count) +
+               " vertices lie out of reach of every face list (expected each 0 to 65535 past the vertexOffset "
+               "of a submesh that names the buffer, found vertex " +
+               std::to_string(unreached->first) + " outside)");
   }
 
   void CheckFaceList(const FaceListNode& faces) {
@@ -371,12 +422,67 @@ class Checker {
   }
 
   const KvlDocument& doc_;
+  std::map<uint32_t, std::vector<uint64_t>> offsetsByBuffer_;  // vertex buffer id -> its submeshes' offsets
   std::vector<FileProblem> out_;
 };
+
+bool Printable(uint8_t byte) { return byte >= 0x20 && byte < 0x7F; }
+bool LineSpace(uint8_t byte) { return byte == '\t' || byte == '\r' || byte == '\n'; }
+
+// The file's first characters if it starts as text, with its line breaks
+// shown as spaces so that the quote stays on one line, and "..." where the
+// text goes on; empty if it does not start as text.
+std::string LeadingText(std::span<const uint8_t> bytes) {
+  std::string text;
+  for (uint8_t byte : bytes) {
+    if (LineSpace(byte)) byte = ' ';
+    if (!Printable(byte)) break;
+    if (byte == ' ') {
+      if (!text.empty() && text.back() != ' ' && text.size() < QUOTED_TEXT) text += ' ';
+      continue;
+    }
+    if (text.size() == QUOTED_TEXT) {
+      if (text.back() == ' ') text.pop_back();
+      return text + "...";
+    }
+    text += static_cast<char>(byte);
+  }
+  if (!text.empty() && text.back() == ' ') text.pop_back();
+  return text;
+}
+
+std::string LeadingBytes(std::span<const uint8_t> bytes) {
+  std::string text;
+  for (size_t i = 0; i < bytes.size() && i < QUOTED_BYTES; ++i) {
+    char hex[4];
+    std::snprintf(hex, sizeof hex, "%s%02X", i ? " " : "", static_cast<unsigned>(bytes[i]));
+    text += hex;
+  }
+  return text;
+}
 
 }  // namespace
 
 std::vector<FileProblem> CheckDocument(const KvlDocument& doc) { return Checker(doc).Run(); }
+
+bool StartsLikeKvl(std::span<const uint8_t> bytes) {
+  if (bytes.size() < 2) return false;
+  return !ChunkTypeName(static_cast<uint16_t>(bytes[0] | bytes[1] << 8)).empty();
+}
+
+std::string NotKvlReason(std::span<const uint8_t> bytes) {
+  if (bytes.empty()) return "not a KVL file: it is empty";
+  if (StartsLikeKvl(bytes)) return "";
+  // A chunk of a type this program does not know is still read past by its
+  // size; only a first header that cannot even hold its own size is foreign.
+  if (bytes.size() >= Chunk::HEADER_SIZE) {
+    const uint32_t size = bytes[8] | bytes[9] << 8 | bytes[10] << 16 | uint32_t{bytes[11]} << 24;
+    if (size <= bytes.size() - Chunk::HEADER_SIZE) return "";
+  }
+  const std::string text = LeadingText(bytes);
+  if (!text.empty()) return "not a KVL file: it starts with '" + text + "'";
+  return "not a KVL file: it starts with the bytes " + LeadingBytes(bytes);
+}
 
 Validation ValidateKvl(std::span<const uint8_t> bytes) {
   Validation v;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <span>
+#include <string>
 #include <vector>
 
 #include "output/kvl_reader.h"
@@ -22,5 +23,16 @@ struct Validation {
 };
 
 Validation ValidateKvl(std::span<const uint8_t> bytes);
+
+// The file has no signature. It is taken for a KVL file when its first two
+// bytes name a chunk type of the format: text and the other scene formats
+// never start so.
+bool StartsLikeKvl(std::span<const uint8_t> bytes);
+// One line for a user who gave some other kind of file: "not a KVL file: it
+// starts with 'glTF'" (or "... it is empty", or the first bytes in hex for a
+// binary file). Empty for a file that starts like a KVL file, or whose first
+// chunk is of an unknown type but fits in the file: that one is left to the
+// reader, which skips it by its size.
+std::string NotKvlReason(std::span<const uint8_t> bytes);
 
 }  // namespace kvl

@@ -2,7 +2,8 @@
 """Runs `kvlexp preview` pages in headless Chromium and checks what they show.
 
 Usage: preview_test.py KVLEXP SCENES_DIR EXAMPLES_DIR CASE
-CASE is one of: demo, red_cube, cube_right, anim. Exits non-zero on failure.
+CASE is one of: demo, red_cube, cube_right, anim, corner_colours, morph.
+Exits non-zero on failure.
 """
 import html
 import json
@@ -84,16 +85,35 @@ def read_png(path):
     return rows
 
 
+def dominated_by(p, channel):
+    """True if colour channel 0, 1 or 2 of pixel p clearly outshines the other two."""
+    others = [p[k] for k in range(3) if k != channel]
+    return p[channel] > 80 and all(p[channel] > 2 * o + 20 for o in others)
+
+
 def is_red(p):
-    r, g, b = p
-    return r > 80 and r > 2 * g + 20 and r > 2 * b + 20
+    return dominated_by(p, 0)
 
 
-def red_pixels(rows, view):
+def pixels_where(rows, view, test):
     x0, y0 = int(view["x"]), int(view["y"])
     x1, y1 = x0 + int(view["width"]), y0 + int(view["height"])
     return [(x, y) for y in range(y0, min(y1, len(rows))) for x in range(x0, min(x1, len(rows[0])))
-            if is_red(rows[y][x])]
+            if test(rows[y][x])]
+
+
+def red_pixels(rows, view):
+    return pixels_where(rows, view, is_red)
+
+
+def screen_x(view, file_x, distance=10):
+    """Where a point at file_x on the plane through the origin lies in a front view from `distance`
+    with a 45 degree vertical field of view."""
+    return view["x"] + view["width"] / 2 + file_x / (distance * math.tan(math.radians(22.5))) * view["height"] / 2
+
+
+def centre_x(pixels):
+    return sum(x for x, _ in pixels) / len(pixels) if pixels else float("nan")
 
 
 def read_sequence_samples(kvl_path):
@@ -124,15 +144,126 @@ def read_sequence_samples(kvl_path):
     return groups
 
 
+MORPH_SHIFTS = (-3.0, 0.0, 3.0)  # x offset of the cube in each frame of the hand-made morph
+
+
+def with_morph_frames(data, shifts):
+    """The file with its one vertex buffer turned into a morphing one (version 2): one list per
+    shift, the first list moved along x by it. Written here from the chunk layout, apart from the
+    program's writer."""
+    out, pos, done = bytearray(), 0, 0
+    while pos + 12 <= len(data):
+        kind, version, node_id, size = struct.unpack("<HHII", data[pos:pos + 12])
+        payload = data[pos + 12:pos + 12 + size]
+        if kind == 1001 and version == 1:
+            flags, layout, count = struct.unpack("<IHI", payload[:10])
+            stride = 12 + (12 if flags & 1 else 0) + (4 if flags & 2 else 0) + (8 if flags & 4 else 0)
+            vertices = payload[10:]
+            assert len(vertices) == count * stride, "a vertex buffer of the expected size"
+            body = bytearray(struct.pack("<IIHI", len(shifts), flags, layout, count))
+            for shift in shifts:
+                for i in range(count):
+                    v = bytearray(vertices[i * stride:(i + 1) * stride])
+                    v[0:4] = struct.pack("<f", struct.unpack("<f", v[0:4])[0] + shift)
+                    body += v
+            out += struct.pack("<HHII", kind, 2, node_id, len(body)) + body
+            done += 1
+        else:
+            out += data[pos:pos + 12 + size]
+        pos += 12 + size
+    assert done == 1, f"one vertex buffer to animate, found {done}"
+    return bytes(out)
+
+
+def export(scene, kvl, work, *settings):
+    run([KVLEXP, "export", scene, kvl, "--drive-c", os.path.join(work, "c"), *settings], cwd=work)
+
+
+def morphing_file(scene, work, name, *settings):
+    """A KVL of `scene` whose mesh morphs through MORPH_SHIFTS, and its preview page."""
+    plain = os.path.join(work, name + "-plain.kvl")
+    export(scene, plain, work, *settings)
+    kvl = os.path.join(work, name + ".kvl")
+    with open(kvl, "wb") as f:
+        f.write(with_morph_frames(open(plain, "rb").read(), MORPH_SHIFTS))
+    run([KVLEXP, "validate", kvl])
+    page = os.path.join(work, name + ".html")
+    run([KVLEXP, "preview", kvl, "-o", page])
+    return kvl, page
+
+
+def playback(dom):
+    return json.loads(element_text(dom, "kvl-playback") or "{}")
+
+
+def played_readout(work, url, start_ms):
+    """The playback readout of a playing page. Headless Chromium now and then dumps the page before
+    it has let any time pass; such a readout, still at its start with no loop, is taken again."""
+    for _ in range(3):
+        shown = playback(chromium(work, url, "--dump-dom"))
+        if shown.get("loops", 0) > 0 or abs(shown.get("time", start_ms) - start_ms) > 1e-6:
+            break
+    return shown
+
+
+def check_morph(work, kvl, page, view):
+    """The frames play in a loop, and a fixed time shows the frame of that time, in the picture too."""
+    rate = 30  # no animation group above the cube: the page's default
+    played = played_readout(work, "file://" + page, 0)
+    morphs = played.get("morphs", [])
+    check(played.get("playing") is True, f"the page plays the frames by itself: {played}")
+    # Frames may be skipped on a slow start: more than one shown is what is sure.
+    check(len(morphs) == 1 and len(morphs[0]["framesShown"]) > 1, f"the shape changed while playing: {morphs}")
+    # How long the page may play, and in what steps, varies, so the loop is
+    # shown from a start in the last frame: playing must come round to an earlier one.
+    last = len(MORPH_SHIFTS) - 1
+    near_end = (last + 0.7) / rate
+    looped = played_readout(work, "file://" + page + f"?time={near_end!r}&play=1", near_end * 1000)
+    check(looped.get("playing") is True and looped.get("loops", 0) >= 1 and
+          any(f < last for f in looped.get("morphs", [{}])[0].get("framesShown", [])),
+          f"played from just before the end, the frames start over: {looped}")
+    for frame in (0, 2):
+        url = "file://" + page + f"?canvas=640x480&markers=0&view=origin&distance=10&time={(frame + 0.5) / rate!r}"
+        shown = playback(chromium(work, url, "--dump-dom"))
+        morphs = shown.get("morphs", [])
+        check(len(morphs) == 1 and morphs[0]["frame"] == frame and morphs[0]["frames"] == len(MORPH_SHIFTS),
+              f"between frames {frame} and {frame + 1} the page shows frame {frame}: {morphs}")
+        check(shown.get("playing") is False, "a page given a time holds it")
+        shot = os.path.join(work, f"frame{frame}.png")
+        chromium(work, url, f"--screenshot={shot}")
+        red = red_pixels(read_png(shot), view)
+        want = screen_x(view, MORPH_SHIFTS[frame])
+        check(len(red) > 200 and abs(centre_x(red) - want) < 0.04 * view["width"],
+              f"in frame {frame} the cube is at x={centre_x(red):.0f} ({len(red)} red pixels), expected {want:.0f}")
+
+    # Under an animation group the frames keep the group's sample grid: two
+    # frames per sample at 30 frames per second make 15 per second.
+    groups_kvl, groups_page = morphing_file(os.path.join(SCENES, "preview_anim.json"), work, "morph-group",
+                                            "--set", "samplerate=2")
+    groups = read_sequence_samples(groups_kvl)
+    check(len(groups) == 1, f"one animation group above the morphing cube, found {len(groups)}")
+    seq = next(iter(groups.values()))
+    check(seq["sampleRate"] != rate, f"the group's rate {seq['sampleRate']} tells it apart from the default")
+    time_ms = 1.5 * 1000.0 / seq["sampleRate"] - seq["startTime"]
+    url = "file://" + groups_page + f"?time={time_ms / 1000.0!r}"
+    morphs = playback(chromium(work, url, "--dump-dom")).get("morphs", [])
+    check(len(morphs) == 1 and morphs[0]["rate"] == seq["sampleRate"] and morphs[0]["frame"] == 1,
+          f"half way between samples 1 and 2 of the group the page shows frame 1 at its rate: {morphs}")
+
+
 def main():
     work = tempfile.mkdtemp(prefix="kvl-preview-")
     scene = os.path.join(EXAMPLES, "demo.json") if CASE == "demo" else os.path.join(SCENES, f"preview_{CASE}.json")
-    kvl = os.path.join(work, f"{CASE}.kvl")
-    run([KVLEXP, "export", scene, kvl, "--preview", "--drive-c", os.path.join(work, "c")], cwd=work)
-    page = kvl + ".html"
-    check(os.path.getsize(page) > 100000, "export --preview wrote the page beside the output")
+    if CASE == "morph":
+        kvl, _ = morphing_file(os.path.join(SCENES, "preview_red_cube.json"), work, "morph")
+    else:
+        kvl = os.path.join(work, f"{CASE}.kvl")
+        export(scene, kvl, work, "--preview")
+        page = kvl + ".html"
+        check(os.path.getsize(page) > 100000, "export --preview wrote the page beside the output")
     run([KVLEXP, "preview", kvl, "-o", os.path.join(work, "page.html")])
 
+    # Without a time the page plays what moves.
     query = "?canvas=640x480&" + ("markers=0&view=origin&distance=10" if CASE != "demo" else "markers=1")
     if CASE == "anim":
         groups = read_sequence_samples(kvl)
@@ -177,6 +308,21 @@ def main():
             # Three units right of a camera 10 units away with a 45 degree vertical field of view.
             want = cx + 3 / (10 * math.tan(math.radians(22.5))) * view["height"] / 2
             check(abs(mean_x - want) < 0.04 * view["width"], f"the cube centre at x={mean_x:.0f}, expected {want:.0f}")
+    elif CASE == "corner_colours":
+        # Red corners on a green material, and a blue material whose colour the exporter put into the
+        # corners before folding it into the green one: the corners' colours show, not their products.
+        blue = pixels_where(rows, view, lambda p: dominated_by(p, 2))
+        green = pixels_where(rows, view, lambda p: dominated_by(p, 1))
+        check(len(red) > 200 and all(x < cx for x, _ in red), f"the left cube is red: {len(red)} red pixels")
+        check(len(blue) > 200 and all(x > cx for x, _ in blue), f"the right cube is blue: {len(blue)} blue pixels")
+        check(not green, f"nothing shows the material's green, {len(green)} green pixels")
+        for pixels, x, name in ((red, -2, "red"), (blue, 2, "blue")):
+            if pixels:
+                want = screen_x(view, x)
+                check(abs(centre_x(pixels) - want) < 0.04 * view["width"],
+                      f"the {name} cube at x={centre_x(pixels):.0f}, expected {want:.0f}")
+    elif CASE == "morph":
+        check_morph(work, kvl, os.path.join(work, "page.html"), view)
     elif CASE == "anim":
         at = shown.get("animatedAt", [])
         check(len(at) == 1 and at[0]["id"] == group_id, "the page reports the animated group")
