@@ -110,8 +110,31 @@ void FillChannel(host::Mesh& mesh, int channel, std::vector<host::UVVert> values
 
 }  // namespace
 
+namespace {
+
+// Whether any mesh of the node has a face the host keeps. The readers mark
+// the kinds of faces a mesh holds; only meshes not marked as holding
+// triangles are looked at face by face.
+bool HasTriangles(const AssimpBuild& build, const aiNode& node) {
+  for (unsigned i = 0; i < node.mNumMeshes; ++i) {
+    const aiMesh& m = *build.ai.mMeshes[node.mMeshes[i]];
+    if (m.mNumFaces != 0 && (m.mPrimitiveTypes & aiPrimitiveType_TRIANGLE)) return true;
+    for (unsigned f = 0; f < m.mNumFaces; ++f) {
+      if (m.mFaces[f].mNumIndices == 3) return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
 std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const aiNode& node,
                                                       const std::string& nodeName, host::Mtl*& material) {
+  if (!HasTriangles(build, node)) {
+    // Nothing of it would be drawn; the node stays for its place in the tree.
+    build.LeaveBehind("meshes without a triangle are left out (their nodes stay, as helpers)", nodeName);
+    return nullptr;
+  }
   auto object = std::make_unique<host::MemoryMeshObject>();
   host::Mesh& mesh = object->mesh;
 
@@ -168,6 +191,15 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
       mtl = defaultMaterial;
     }
     const host::MtlID slot = slotOf(mtl);
+    // The host's meshes carry one set of texture coordinates and one of
+    // colours; a format may bring more.
+    if (m.GetNumUVChannels() > 1) {
+      build.LeaveBehind("texture coordinate sets after the first are left out (the host's meshes hold one)",
+                        nodeName);
+    }
+    if (m.GetNumColorChannels() > 1) {
+      build.LeaveBehind("colour sets after the first are left out (the host's meshes hold one)", nodeName);
+    }
 
     for (unsigned v = 0; v < m.mNumVertices; ++v) {
       hostOf[base + v] = welder.Weld(m.mVertices[v], weldClass.empty() ? 0 : weldClass[base + v]);

@@ -17,7 +17,8 @@ namespace kvl::sources {
 
 // `material` receives the node's material: the one material of its meshes,
 // a multi-material over several, or the host's default for meshes whose
-// file gave them none.
+// file gave them none. Null, with a note, when no mesh of the node holds a
+// triangle.
 std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const aiNode& node,
                                                       const std::string& nodeName, host::Mtl*& material);
 

@@ -93,9 +93,11 @@ void BuildNode(AssimpBuild& build, const aiNode& start, host::MemoryNode& parent
 
   for (const aiNode* link : chain) ApplyNodeMetadata(build, *link, *node);
 
-  if (self.mNumMeshes != 0) {
-    host::Mtl* material = nullptr;
-    node->object = BuildNodeMesh(build, self, node->name, material);
+  std::unique_ptr<host::MemoryMeshObject> mesh;
+  host::Mtl* material = nullptr;
+  if (self.mNumMeshes != 0) mesh = BuildNodeMesh(build, self, node->name, material);
+  if (mesh) {
+    node->object = std::move(mesh);
     node->material = material;
   } else {
     // Cameras and lights take their nodes' place later; the rest are helpers.
