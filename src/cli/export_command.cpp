@@ -172,10 +172,14 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
     return EXIT_USAGE;
   }
 
+  // The file the output name stands for: a name on drive C is a file in
+  // the folder that stands for the drive.
+  const std::string outputFile = host::DrivePath(request.outputPath, 'c', request.driveFolder);
+
   sources::SourceOptions sourceOptions;
   sourceOptions.animation = request.animation;
   // Textures that the scene file carries inside it go beside the output.
-  const fs::path outputFolder = fs::path(request.outputPath).parent_path();
+  const fs::path outputFolder = fs::path(outputFile).parent_path();
   sourceOptions.textureFolder = outputFolder.empty() ? "." : outputFolder.string();
   if (request.phase) request.phase(PHASE_READING);
   const auto loadStart = std::chrono::steady_clock::now();
@@ -210,7 +214,7 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
   }
 
   const bool knownType = ExporterTakes(*exporter, request.outputPath);
-  const OutputProbe probe = ProbeOutput(request.outputPath);
+  const OutputProbe probe = ProbeOutput(outputFile);
   bool dialogEndedWithCancel = false;
   bool dialogRefused = false;
   ExportRun run(!request.noSplit);
@@ -235,28 +239,28 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
   }
   // The exporter says whether its writer finished the file; an older
   // plug-in does not, and then the file itself has to tell.
-  const bool written = run.outputReported ? run.outputFailure.empty() : WasWritten(request.outputPath, probe);
+  const bool written = run.outputReported ? run.outputFailure.empty() : WasWritten(outputFile, probe);
   if (!written) {
     // The host's own explanation where it has one, else the system's.
-    std::string why = WhyNotWritable(request.outputPath);
+    std::string why = WhyNotWritable(outputFile);
     if (why.empty()) why = !run.outputFailure.empty() ? run.outputFailure : "it could not be opened for writing";
     err << "kvlexp: " << request.outputPath << ": cannot write the output file: " << why << "\n";
     return EXIT_FAILED;
   }
   if (request.stats) {
     std::error_code ec;
-    const uint64_t bytes = fs::file_size(request.outputPath, ec);
+    const uint64_t bytes = fs::file_size(outputFile, ec);
     PrintStats(err, loadSeconds, run, ec ? 0 : bytes);
   }
   // The broken file is left in place so that inspect and validate can show
   // what went wrong; the exit status says it is not to be used.
-  if (request.verify && !VerifyWrittenFile(request.outputPath, err)) {
+  if (request.verify && !VerifyWrittenFile(outputFile, err)) {
     err << "kvlexp: " << request.outputPath
         << ": --verify: the written file is not valid; it was left in place for inspection\n";
     return EXIT_FAILED;
   }
   if (request.preview) {
-    const PreviewRequest page{request.outputPath, DefaultPreviewPath(request.outputPath)};
+    const PreviewRequest page{outputFile, DefaultPreviewPath(outputFile)};
     const int status = RunPreview(page, out, err);
     if (status != EXIT_OK) return EXIT_FAILED;
   }

@@ -138,8 +138,14 @@ int main(int argc, char** argv) {
     request.edits.push_back(edit);
   }
   if (!request.driveFolder.empty()) {
+    // Made when missing; something else at that path is the user's mistake.
     std::error_code ec;
     std::filesystem::create_directories(request.driveFolder, ec);
+    if (!std::filesystem::is_directory(request.driveFolder, ec)) {
+      std::cerr << "kvlexp: --drive-c " << request.driveFolder << ": not a folder"
+                << (std::filesystem::exists(request.driveFolder, ec) ? "" : " and cannot be made") << "\n";
+      return kvl::cli::EXIT_USAGE;
+    }
   }
   const std::optional<uint64_t> memory = kvl::cli::ParseSize(memoryLimit);
   if (!memory) {

@@ -4,6 +4,7 @@
 #include <clocale>
 
 #include "export/kvl_exp.h"
+#include "host/host_files.h"
 #include "host/interface.h"
 #include "optimize/optimize.h"
 #include "optimize/split_meshes.h"
@@ -153,7 +154,9 @@ void KVLExp::WriteOutput(const std::string& name, host::ExpInterface& host) {
   // the export ends the same way either way.
   std::unique_ptr<SceneWriter> writer = MakeWriter(OutputKindForPath(name));
   if (!writer) return;
-  writer->Write(name, table_);
+  // A name on a drive is a file in the folder that stands for the drive,
+  // as its settings file beside it is.
+  writer->Write(host::HostPath(name), table_);
   host.ReportOutput(name.c_str(), writer->Failure().empty() ? nullptr : writer->Failure().c_str());
 }
 

@@ -2,6 +2,7 @@
 
 #include <cctype>
 #include <map>
+#include <vector>
 
 namespace kvl::host {
 namespace {
@@ -22,16 +23,39 @@ void SetDriveFolder(char letter, const std::string& folder) {
   }
 }
 
-std::string HostPath(const std::string& path) {
+std::string DrivePath(const std::string& path, char letter, const std::string& folder) {
   const bool hasDrive = path.size() >= 3 && std::isalpha(static_cast<unsigned char>(path[0])) &&
                         path[1] == ':' && (path[2] == '\\' || path[2] == '/');
-  if (!hasDrive) return path;
-  auto it = DriveFolders().find(static_cast<char>(std::tolower(static_cast<unsigned char>(path[0]))));
-  if (it == DriveFolders().end()) return path;
-  std::string mapped = it->second;
-  if (mapped.empty() || mapped.back() != '/') mapped += '/';
-  for (size_t i = 3; i < path.size(); ++i) mapped += path[i] == '\\' ? '/' : path[i];
+  if (!hasDrive || folder.empty()) return path;
+  if (std::tolower(static_cast<unsigned char>(path[0])) != std::tolower(static_cast<unsigned char>(letter))) {
+    return path;
+  }
+  // The drive's folder is its root: ".." stops there, as it does at the
+  // root of a real drive, so no path on the drive leads out of the folder.
+  std::vector<std::string> parts;
+  std::string part;
+  for (size_t i = 3; i <= path.size(); ++i) {
+    if (i < path.size() && path[i] != '\\' && path[i] != '/') {
+      part += path[i];
+      continue;
+    }
+    if (part == "..") {
+      if (!parts.empty()) parts.pop_back();
+    } else if (!part.empty() && part != ".") {
+      parts.push_back(part);
+    }
+    part.clear();
+  }
+  std::string mapped = folder;
+  if (mapped.back() != '/') mapped += '/';
+  for (size_t i = 0; i < parts.size(); ++i) mapped += (i ? "/" : "") + parts[i];
   return mapped;
+}
+
+std::string HostPath(const std::string& path) {
+  if (path.size() < 2 || path[1] != ':') return path;
+  auto it = DriveFolders().find(static_cast<char>(std::tolower(static_cast<unsigned char>(path[0]))));
+  return it == DriveFolders().end() ? path : DrivePath(path, it->first, it->second);
 }
 
 std::FILE* HostFopen(const std::string& path, const char* mode) {

@@ -12,8 +12,11 @@ namespace kvl::host {
 void SetDriveFolder(char letter, const std::string& folder);
 
 // "c:\a\b.ini" becomes "<folder of c>/a/b.ini" when drive c is mapped; any
-// other path comes back as it is.
+// other path comes back as it is. ".." stops at the drive's folder.
 std::string HostPath(const std::string& path);
+
+// The same for one drive `letter` standing for `folder`, whatever is mapped.
+std::string DrivePath(const std::string& path, char letter, const std::string& folder);
 
 // fopen on the mapped path.
 std::FILE* HostFopen(const std::string& path, const char* mode);
