@@ -178,6 +178,7 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
 
   sources::SourceOptions sourceOptions;
   sourceOptions.animation = request.animation;
+  sourceOptions.allowOutsideReferences = request.allowOutsideReferences;
   // Textures that the scene file carries inside it go beside the output.
   const fs::path outputFolder = fs::path(outputFile).parent_path();
   sourceOptions.textureFolder = outputFolder.empty() ? "." : outputFolder.string();

@@ -101,6 +101,7 @@ int RunInfo(const InfoRequest& request, std::ostream& out, std::ostream& err) {
   }
   sources::SourceOptions options;
   options.animation = request.animation;
+  options.allowOutsideReferences = request.allowOutsideReferences;
   // Nothing is written for a look at the scene: embedded textures stay in it.
   options.writeTextures = false;
   sources::SceneLoadResult loaded = sources::LoadSceneFile(request.scenePath, options);

@@ -12,6 +12,7 @@ namespace kvl::cli {
 struct InfoRequest {
   std::string scenePath;
   std::string animation;  // as for export
+  bool allowOutsideReferences = false;  // as for export
 };
 
 int RunInfo(const InfoRequest& request, std::ostream& out, std::ostream& err);

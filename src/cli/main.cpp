@@ -58,6 +58,8 @@ int main(int argc, char** argv) {
                         "the folder that stands for drive C: (default ~/.kvlexp/c)");
   exportCmd->add_option("--animation", request.animation,
                         "NAME|INDEX: the animation of a glTF, FBX, Collada... file to export (default: the first)");
+  exportCmd->add_flag("--allow-outside-references", request.allowOutsideReferences,
+                      "let the scene read files outside its own folder (buffers, images, material libraries)");
   exportCmd->add_flag("--vertex-animation", request.vertexAnimation,
                       "export meshes that deform over the animation (skins, morph targets, keyed vertices) as "
                       "one vertex list per sample; without it they are exported in their rest pose");
@@ -83,6 +85,8 @@ int main(int argc, char** argv) {
                                                  "animation, totals; to check an import before exporting");
   infoCmd->add_option("SCENE", info.scenePath, "the scene to read (as for export)")->required();
   infoCmd->add_option("--animation", info.animation, "NAME|INDEX: the animation to key the nodes with");
+  infoCmd->add_flag("--allow-outside-references", info.allowOutsideReferences,
+                    "let the scene read files outside its own folder (buffers, images, material libraries)");
 
   kvl::cli::InspectRequest inspect;
   CLI::App* inspectCmd = app.add_subcommand("inspect", "Summarise a KVL file: hierarchy, meshes, materials, "
