@@ -74,6 +74,18 @@ bool ExporterTakes(host::SceneExport& exporter, const std::string& path) {
   return false;
 }
 
+// Why no file can be made at `path` because of its folder; empty if the
+// folder is there.
+std::string OutputFolderProblem(const std::string& path) {
+  const fs::path folder = fs::path(path).parent_path();
+  if (folder.empty()) return "";
+  std::error_code ec;
+  const fs::file_status status = fs::status(folder, ec);
+  if (!fs::exists(status)) return "the folder " + folder.string() + " does not exist";
+  if (!fs::is_directory(status)) return folder.string() + " is not a folder";
+  return "";
+}
+
 bool EndsInKvl(const std::string& path) {
   if (path.size() < 3) return false;
   std::string ending = path.substr(path.size() - 3);
@@ -176,6 +188,33 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
   // the folder that stands for the drive.
   const std::string outputFile = host::DrivePath(request.outputPath, 'c', request.driveFolder);
 
+  // The host offers a file to the exporter that takes its type only, and
+  // into a folder that is there: both are known before anything is read.
+  const std::string pluginPath = request.pluginPath.empty() ? DefaultPluginPath() : request.pluginPath;
+  std::string pluginError;
+  std::unique_ptr<PluginLibrary> plugin = PluginLibrary::Load(pluginPath, pluginError);
+  if (!plugin) {
+    err << "kvlexp: exporter plug-in " << pluginPath << ": " << pluginError << "\n";
+    return EXIT_FAILED;
+  }
+  std::unique_ptr<host::SceneExport> exporter = plugin->CreateExporter();
+  if (!exporter) {
+    err << "kvlexp: exporter plug-in " << pluginPath << ": it could not create the exporter\n";
+    return EXIT_FAILED;
+  }
+  if (!ExporterTakes(*exporter, request.outputPath)) {
+    err << "kvlexp: " << request.outputPath
+        << ": unknown output type: the file name must end in KVL (binary scene) or TXT (text dump); nothing was "
+           "written\n";
+    return EXIT_FAILED;
+  }
+  const std::string folderProblem = OutputFolderProblem(outputFile);
+  if (!folderProblem.empty()) {
+    err << "kvlexp: " << request.outputPath << ": cannot write the output file: " << folderProblem
+        << "; nothing was written\n";
+    return EXIT_FAILED;
+  }
+
   sources::SourceOptions sourceOptions;
   sourceOptions.animation = request.animation;
   sourceOptions.allowOutsideReferences = request.allowOutsideReferences;
@@ -201,24 +240,17 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
     }
   }
 
-  const std::string pluginPath = request.pluginPath.empty() ? DefaultPluginPath() : request.pluginPath;
-  std::string pluginError;
-  std::unique_ptr<PluginLibrary> plugin = PluginLibrary::Load(pluginPath, pluginError);
-  if (!plugin) {
-    err << "kvlexp: exporter plug-in " << pluginPath << ": " << pluginError << "\n";
-    return EXIT_FAILED;
-  }
-  std::unique_ptr<host::SceneExport> exporter = plugin->CreateExporter();
-  if (!exporter) {
-    err << "kvlexp: exporter plug-in " << pluginPath << ": it could not create the exporter\n";
-    return EXIT_FAILED;
-  }
-
-  const bool knownType = ExporterTakes(*exporter, request.outputPath);
   const OutputProbe probe = ProbeOutput(outputFile);
   bool dialogEndedWithCancel = false;
   bool dialogRefused = false;
   ExportRun run(!request.noSplit);
+  // Checked while it is still under its temporary name: a file that fails
+  // never replaces the good one from before.
+  if (request.verify) {
+    run.check = [&request, &err](const std::string& temporary) {
+      return VerifyWrittenFile(temporary, request.outputPath, err) ? std::string() : std::string("not valid");
+    };
+  }
   {
     HostSession session(request, *loaded.scene, out, err);
     if (request.phase) request.phase(PHASE_EXPORTING);
@@ -233,14 +265,13 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
     if (!dialogRefused) err << "kvlexp: export cancelled in the options dialog; nothing was written\n";
     return EXIT_CANCELLED;
   }
-  if (!knownType) {
-    err << "kvlexp: " << request.outputPath
-        << ": unknown output type: the file name must end in KVL (binary scene) or TXT (text dump)\n";
-    return EXIT_FAILED;
-  }
   // The exporter says whether its writer finished the file; an older
   // plug-in does not, and then the file itself has to tell.
   const bool written = run.outputReported ? run.outputFailure.empty() : WasWritten(outputFile, probe);
+  if (!written && !run.checkProblem.empty()) {
+    err << "kvlexp: " << request.outputPath << ": --verify: the written file is " << run.outputFailure << "\n";
+    return EXIT_FAILED;
+  }
   if (!written) {
     // The host's own explanation where it has one, else the system's.
     std::string why = WhyNotWritable(outputFile);
@@ -255,7 +286,8 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
   }
   // The broken file is left in place so that inspect and validate can show
   // what went wrong; the exit status says it is not to be used.
-  if (request.verify && !VerifyWrittenFile(outputFile, err)) {
+  // A file written in place (a device) could not be checked before.
+  if (request.verify && !run.checked && !VerifyWrittenFile(outputFile, err)) {
     err << "kvlexp: " << request.outputPath
         << ": --verify: the written file is not valid; it was left in place for inspection\n";
     return EXIT_FAILED;

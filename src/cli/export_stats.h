@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,11 +25,22 @@ class ExportRun : public host::ExpInterface {
     outputReported = true;
     outputFailure = failure ? failure : "";
   }
+  const char* CheckOutput(const char* temporaryPath) override {
+    if (!check) return nullptr;
+    checked = true;
+    checkProblem = check(temporaryPath);
+    return checkProblem.empty() ? nullptr : checkProblem.c_str();
+  }
 
   std::vector<std::pair<std::string, double>> phases;
   std::vector<std::pair<std::string, uint64_t>> counts;
   bool outputReported = false;  // a writer ran
   std::string outputFailure;    // why the output is not whole; empty if it is
+  // What the complete output is checked with before it replaces the old
+  // file (--verify), and what the check found.
+  std::function<std::string(const std::string&)> check;
+  bool checked = false;
+  std::string checkProblem;
 
  private:
   bool split_;

@@ -71,9 +71,13 @@ int RunValidate(const ValidateRequest& request, std::ostream& out, std::ostream&
 }
 
 bool VerifyWrittenFile(const std::string& path, std::ostream& err, size_t maxLines) {
+  return VerifyWrittenFile(path, path, err, maxLines);
+}
+
+bool VerifyWrittenFile(const std::string& file, const std::string& path, std::ostream& err, size_t maxLines) {
   std::vector<uint8_t> bytes;
   std::string error;
-  if (!ReadFileBytes(path, bytes, error)) {
+  if (!ReadFileBytes(file, bytes, error)) {
     err << "kvlexp: " << path << ": --verify: " << error << "\n";
     return false;
   }

@@ -21,5 +21,8 @@ int RunValidate(const ValidateRequest& request, std::ostream& out, std::ostream&
 // it. Returns true if it has no errors; otherwise writes the errors, one per
 // line and at most `maxLines` of them, to `err`.
 bool VerifyWrittenFile(const std::string& path, std::ostream& err, size_t maxLines = 20);
+// The same for a file that is still under a temporary name: its problems
+// are told under `shownAs`, the name the user gave.
+bool VerifyWrittenFile(const std::string& path, const std::string& shownAs, std::ostream& err, size_t maxLines = 20);
 
 }  // namespace kvl::cli

@@ -156,6 +156,10 @@ void KVLExp::WriteOutput(const std::string& name, host::ExpInterface& host) {
   if (!writer) return;
   // A name on a drive is a file in the folder that stands for the drive,
   // as its settings file beside it is.
+  writer->SetCheck([&host](const std::string& temporary) {
+    const char* problem = host.CheckOutput(temporary.c_str());
+    return std::string(problem ? problem : "");
+  });
   writer->Write(host::HostPath(name), table_);
   host.ReportOutput(name.c_str(), writer->Failure().empty() ? nullptr : writer->Failure().c_str());
 }

@@ -36,6 +36,10 @@ class ExpInterface {
   // Whether the output file is complete at `path`: `failure` is null if it
   // is, else why not (the file could not be opened, a write failed, ...).
   virtual void ReportOutput(const char* /*path*/, const char* /*failure*/) {}
+  // Asked about the complete output, still under its temporary name,
+  // before it replaces the old file: null to let it, else what is wrong
+  // with it (valid until the next call).
+  virtual const char* CheckOutput(const char* /*temporaryPath*/) { return nullptr; }
 };
 
 class SceneExport {

@@ -14,7 +14,7 @@ bool SceneWriter::WriteThrough(const std::string& path, const char* mode,
   std::unique_ptr<ReplacingFile> file = ReplacingFile::Open(path, mode, &failure_);
   if (!file) return false;
   write(file->get());
-  file->Commit(&failure_);
+  file->Commit(&failure_, check_);
   return true;
 }
 

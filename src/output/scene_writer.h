@@ -17,6 +17,9 @@ class SceneWriter {
   virtual bool Write(const std::string& path, const NodeTable& table) = 0;
   // Why the last Write left no complete file at `path`; empty if it did.
   const std::string& Failure() const { return failure_; }
+  // Asked about the complete file before it replaces the old one: a
+  // non-empty answer keeps it out (see ReplacingFile::Commit).
+  void SetCheck(std::function<std::string(const std::string&)> check) { check_ = std::move(check); }
 
  protected:
   // Writes through a file that replaces `path` only once it is complete, so
@@ -25,6 +28,7 @@ class SceneWriter {
 
  private:
   std::string failure_;
+  std::function<std::string(const std::string&)> check_;
 };
 
 enum class OutputKind { BINARY, TEXT, NONE };

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 
 namespace kvl {
 namespace {
@@ -64,7 +65,9 @@ ReplacingFile::~ReplacingFile() {
   if (!temporary_.empty()) std::remove(temporary_.c_str());
 }
 
-bool ReplacingFile::Commit(std::string* error) {
+bool ReplacingFile::Commit(std::string* error) { return Commit(error, nullptr); }
+
+bool ReplacingFile::Commit(std::string* error, const std::function<std::string(const std::string&)>& check) {
   bool ok = !std::ferror(file_);
   int code = ok ? 0 : EIO;
   if (std::fflush(file_) != 0 && ok) {
@@ -76,6 +79,21 @@ bool ReplacingFile::Commit(std::string* error) {
     code = errno;
   }
   file_ = nullptr;
+  if (ok && check && !temporary_.empty()) {
+    // A file that fails the check never replaces the old one; it is kept
+    // beside it under a name that says so, for the user to look at.
+    const std::string problem = check(temporary_);
+    if (!problem.empty()) {
+      const std::string kept = target_ + ".invalid";
+      if (std::rename(temporary_.c_str(), kept.c_str()) == 0) {
+        temporary_.clear();
+        SetError(error, problem + "; it was kept as " + kept + " and " + target_ + " left as it was");
+      } else {
+        SetError(error, problem + "; " + target_ + " was left as it was");
+      }
+      return false;
+    }
+  }
   if (ok && !temporary_.empty()) {
     if (std::rename(temporary_.c_str(), target_.c_str()) != 0) {
       ok = false;

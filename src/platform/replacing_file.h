@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -27,6 +28,11 @@ class ReplacingFile {
   // the close or the rename failed; `error` says why, the target is as it
   // was (unless it was written in place), and the temporary file is gone.
   bool Commit(std::string* error = nullptr);
+  // The same, with `check` asked about the complete temporary file before
+  // it replaces the target: a non-empty answer says what is wrong with it,
+  // and the file is then kept as "<path>.invalid" instead, the target
+  // untouched, and `error` says so. A file written in place is not checked.
+  bool Commit(std::string* error, const std::function<std::string(const std::string&)>& check);
 
   // The temporary files of process `pid` for `path` have this name; a host
   // whose child died can remove them.

@@ -230,14 +230,22 @@ TEST(Verify, AFileWithAParentTheFormatCannotCarryFails) {
   request.pluginPath = KVL_PLUGIN_PATH;
   request.verify = true;
   request.edits = {{"displaylog", "0"}};
+  // A good file from before, which the failing one must not replace.
+  const std::string before = "the previous output";
+  std::ofstream(request.outputPath, std::ios::binary) << before;
   std::ostringstream out, err;
   EXPECT_EQ(cli::RunExport(request, out, err), cli::EXIT_FAILED) << err.str();
   const std::string prefix = "kvlexp: " + request.outputPath + ": ";
   EXPECT_EQ(err.str().rfind(prefix, 0), 0u) << err.str();
   EXPECT_NE(err.str().find("is not in the file"), std::string::npos) << err.str();
-  EXPECT_NE(err.str().find("left in place"), std::string::npos) << err.str();
+  EXPECT_NE(err.str().find("kept as " + request.outputPath + ".invalid"), std::string::npos) << err.str();
   EXPECT_EQ(err.str().find("more errors"), std::string::npos) << err.str();
-  EXPECT_TRUE(fs::exists(request.outputPath));
+  EXPECT_EQ(err.str().find(".tmp"), std::string::npos) << err.str();  // told under the user's name
+  std::ifstream kept(request.outputPath, std::ios::binary);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), before);
+  std::ifstream invalid(request.outputPath + ".invalid", std::ios::binary);
+  const std::string bytes((std::istreambuf_iterator<char>(invalid)), {});
+  EXPECT_FALSE(ValidateKvl(std::span(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size())).Valid());
 }
 
 }  // namespace
