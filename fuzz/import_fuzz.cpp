@@ -41,9 +41,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size > 0 && std::fwrite(data, 1, size, file) != size) std::abort();
   std::fclose(file);
 
-  kvl::sources::SourceOptions options;
-  options.writeTextures = false;  // nothing but the scene itself
-  const kvl::sources::SceneLoadResult result = kvl::sources::LoadSceneFile(path, options);
+  // The load writes nothing, embedded textures included.
+  const kvl::sources::SceneLoadResult result = kvl::sources::LoadSceneFile(path);
   if ((result.scene == nullptr) == result.error.empty()) std::abort();
   std::remove(path.c_str());
   return 0;

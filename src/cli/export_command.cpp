@@ -16,6 +16,7 @@
 #include "cli/validate_command.h"
 #include "cli/plugin_library.h"
 #include "host/host_files.h"
+#include "platform/replacing_file.h"
 #include "host/memory_scene.h"
 #include "host/message_box.h"
 #include "settings/dialog_template.h"
@@ -72,6 +73,28 @@ bool ExporterTakes(host::SceneExport& exporter, const std::string& path) {
     if (ending == exporter.Ext(i)) return true;
   }
   return false;
+}
+
+// Writes the scene's embedded files into `folder`, each through its own
+// replacing file, and names each on `out`. False, with the reason on `err`,
+// at the first that cannot be written.
+bool WriteEmbeddedFiles(const std::vector<sources::SceneLoadResult::EmbeddedFile>& files, const fs::path& folder,
+                        std::ostream& out, std::ostream& err) {
+  for (const auto& file : files) {
+    const std::string path = (folder / file.name).string();
+    std::string why;
+    std::unique_ptr<ReplacingFile> replacing = ReplacingFile::Open(path, "wb", &why);
+    if (replacing) {
+      std::fwrite(file.bytes.data(), 1, file.bytes.size(), replacing->get());
+      if (replacing->Commit(&why)) {
+        out << "Wrote texture " << path << "\n";
+        continue;
+      }
+    }
+    err << "kvlexp: " << path << ": cannot write the texture the scene carries: " << why << "\n";
+    return false;
+  }
+  return true;
 }
 
 // Why no file can be made at `path` because of its folder; empty if the
@@ -218,9 +241,6 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
   sources::SourceOptions sourceOptions;
   sourceOptions.animation = request.animation;
   sourceOptions.allowOutsideReferences = request.allowOutsideReferences;
-  // Textures that the scene file carries inside it go beside the output.
-  const fs::path outputFolder = fs::path(outputFile).parent_path();
-  sourceOptions.textureFolder = outputFolder.empty() ? "." : outputFolder.string();
   if (request.phase) request.phase(PHASE_READING);
   const auto loadStart = std::chrono::steady_clock::now();
   sources::SceneLoadResult loaded = sources::LoadSceneFile(request.scenePath, sourceOptions);
@@ -292,6 +312,9 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
         << ": --verify: the written file is not valid; it was left in place for inspection\n";
     return EXIT_FAILED;
   }
+  // Textures that the scene carries inside it go beside the output, now
+  // that it is written, and each replaces an older one only when complete.
+  if (!WriteEmbeddedFiles(loaded.files, fs::path(outputFile).parent_path(), out, err)) return EXIT_FAILED;
   if (request.preview) {
     const PreviewRequest page{outputFile, DefaultPreviewPath(outputFile)};
     const int status = RunPreview(page, out, err);

@@ -103,7 +103,6 @@ int RunInfo(const InfoRequest& request, std::ostream& out, std::ostream& err) {
   options.animation = request.animation;
   options.allowOutsideReferences = request.allowOutsideReferences;
   // Nothing is written for a look at the scene: embedded textures stay in it.
-  options.writeTextures = false;
   sources::SceneLoadResult loaded = sources::LoadSceneFile(request.scenePath, options);
   if (!loaded.scene) {
     err << "kvlexp: " << request.scenePath << ": " << loaded.error << "\n";

@@ -34,6 +34,8 @@ struct AssimpBuild {
   std::string path;       // the file the scene came from
   std::string format;     // its extension in small letters, without the dot
   std::vector<std::string> notes;
+  // The embedded textures the materials name, each once.
+  std::vector<SceneLoadResult::EmbeddedFile> files;
   // What the scene leaves behind, said once per scene rather than once per
   // node: per kind (in the order first met), the names it applies to.
   std::vector<std::pair<std::string, std::vector<std::string>>> leftBehind;

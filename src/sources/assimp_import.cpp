@@ -66,6 +66,7 @@ SceneLoadResult ConvertAssimpScene(const aiScene& ai, const std::string& path, c
   if (result.error.empty()) result.scene = std::move(scene);
   build.NoteLeftBehind();
   result.notes = std::move(build.notes);
+  if (result.scene) result.files = std::move(build.files);
   return result;
 }
 

@@ -21,7 +21,7 @@ void ReadMap(AssimpBuild& build, const aiMaterial& m, aiTextureType type, int sl
   aiString path;
   if (m.GetTexture(type, 0, &path) != aiReturn_SUCCESS) return;
   std::string file = Text(path);
-  const std::string embedded = WriteEmbeddedTexture(build, file);
+  const std::string embedded = KeepEmbeddedTexture(build, file);
   if (!embedded.empty()) file = embedded;
   into.maps[static_cast<size_t>(slot)].state = 2;
   into.maps[static_cast<size_t>(slot)].map = std::make_unique<host::MemoryBitmapTex>(HostMapName(file));

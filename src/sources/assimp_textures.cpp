@@ -5,8 +5,6 @@
 #include <cctype>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <map>
 
 namespace kvl::sources {
 namespace {
@@ -46,7 +44,7 @@ std::string Extension(const aiTexture& texture) {
 
 }  // namespace
 
-std::string WriteEmbeddedTexture(AssimpBuild& build, const std::string& reference) {
+std::string KeepEmbeddedTexture(AssimpBuild& build, const std::string& reference) {
   const aiTexture* texture = build.ai.GetEmbeddedTexture(reference.c_str());
   if (!texture) return "";
   // The index in the scene's list keeps names apart and stable.
@@ -55,16 +53,13 @@ std::string WriteEmbeddedTexture(AssimpBuild& build, const std::string& referenc
 
   const fs::path scenePath(build.path);
   const std::string stem = build.options.textureStem.empty() ? scenePath.stem().string() : build.options.textureStem;
-  const fs::path folder = build.options.textureFolder.empty() ? scenePath.parent_path() : fs::path(build.options.textureFolder);
   const std::string name = stem + "_texture" + std::to_string(index) + "." + Extension(*texture);
-
-  if (!build.options.writeTextures) return name;
-  const std::string bytes = texture->mHeight == 0
-                                ? std::string(reinterpret_cast<const char*>(texture->pcData), texture->mWidth)
-                                : TgaBytes(*texture);
-  std::ofstream out(folder / name, std::ios::binary | std::ios::trunc);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  if (!out) Refuse("embedded texture " + Quote(reference) + ": cannot write " + (folder / name).string());
+  for (const auto& file : build.files) {
+    if (file.name == name) return name;
+  }
+  build.files.push_back({name, texture->mHeight == 0
+                                   ? std::string(reinterpret_cast<const char*>(texture->pcData), texture->mWidth)
+                                   : TgaBytes(*texture)});
   return name;
 }
 

@@ -1,6 +1,7 @@
-// Textures that a file carries inside it (GLB, embedded FBX, data URIs) are
-// written beside the output file, so that the map's file name points at a
-// file that exists.
+// Textures that a file carries inside it (GLB, embedded FBX, data URIs) go
+// beside the output file, so that the map's file name points at a file that
+// exists. The host writes them, after the output; here they are named and
+// kept.
 #pragma once
 
 #include <string>
@@ -10,8 +11,9 @@
 namespace kvl::sources {
 
 // The file name the map gets for texture reference `reference` ("*0" or the
-// name an FBX file gave its embedded texture), after writing the texture;
-// empty if `reference` names no embedded texture.
-std::string WriteEmbeddedTexture(AssimpBuild& build, const std::string& reference);
+// name an FBX file gave its embedded texture), with the texture's bytes put
+// in build.files under that name; empty if `reference` names no embedded
+// texture.
+std::string KeepEmbeddedTexture(AssimpBuild& build, const std::string& reference);
 
 }  // namespace kvl::sources

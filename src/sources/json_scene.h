@@ -18,6 +18,14 @@ struct SceneLoadResult {
   // What the source changed or left out on the way, one line each, for the
   // user to read; the scene is still loaded.
   std::vector<std::string> notes;
+  // Files the scene carries inside it (embedded textures), under the names
+  // its materials give them: the host writes them beside the output, and
+  // only once the output itself is written.
+  struct EmbeddedFile {
+    std::string name;
+    std::string bytes;
+  };
+  std::vector<EmbeddedFile> files;
 };
 
 SceneLoadResult LoadJsonScene(std::string_view text);

@@ -13,14 +13,9 @@ struct SourceOptions {
   // The animation to key the nodes with, by name or by index; empty: the
   // file's first.
   std::string animation;
-  // Where textures that the file carries inside it are written, so that the
-  // maps' file names point at files that exist; empty: the scene's folder.
-  std::string textureFolder;
-  // The start of those textures' file names; empty: the scene file's stem.
+  // The start of the file names of textures that the file carries inside
+  // it; empty: the scene file's stem.
   std::string textureStem;
-  // False to name embedded textures without writing them (a look at the
-  // scene that exports nothing).
-  bool writeTextures = true;
   // False: the files a scene refers to (buffers, images, material
   // libraries) are read only from the scene's folder and below.
   bool allowOutsideReferences = false;

@@ -26,7 +26,6 @@ int ImportInChild(const std::string& scene, bool allowOutside) {
   if (child == 0) {
     alarm(2);
     SourceOptions options;
-    options.writeTextures = false;
     options.allowOutsideReferences = allowOutside;
     const SceneLoadResult result = LoadSceneFile(scene, options);
     _exit(result.scene ? 1 : result.error.find("which is not a path inside its folder") != std::string::npos ? 0 : 2);

@@ -34,7 +34,6 @@ TEST(AssimpRefusal, EveryPrefixOfASmallSceneLoadsOrIsRefused) {
     ASSERT_FALSE(bytes.empty());
     const std::string path = (dir / ("cut" + fs::path(name).extension().string())).string();
     sources::SourceOptions options;
-    options.writeTextures = false;
     size_t loaded = 0;
     for (size_t length = 0; length <= bytes.size(); ++length) {
       std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes.substr(0, length);
