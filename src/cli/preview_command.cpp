@@ -1,7 +1,7 @@
 #include "cli/preview_command.h"
 
 #include <filesystem>
-#include <fstream>
+#include <memory>
 #include <ostream>
 #include <vector>
 
@@ -9,6 +9,7 @@
 #include "cli/preview_page.h"
 #include "output/kvl_reader.h"
 #include "output/kvl_validator.h"
+#include "platform/replacing_file.h"
 
 namespace kvl::cli {
 namespace fs = std::filesystem;
@@ -58,26 +59,17 @@ int RunPreview(const PreviewRequest& request, std::ostream& out, std::ostream& e
   input.images = ImagesBeside(bytes, folder);
   const std::string page = BuildPreviewPage(input);
 
-  // Written beside the target and moved over it, so that a failed write
-  // leaves no half page and keeps an earlier one.
-  const std::string temporary = pagePath + ".part";
-  {
-    std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
-    if (file) file.write(page.data(), static_cast<std::streamsize>(page.size()));
-    if (!file || !file.flush()) {
-      std::error_code ignored;
-      fs::remove(temporary, ignored);
-      err << "kvlexp: " << pagePath << ": cannot write the preview page\n";
-      return EXIT_FAILED;
-    }
+  // Through the same replacing file as every output: a failed write leaves
+  // no half page and keeps an earlier one, a device is written in place,
+  // and two previews at once do not share a temporary name.
+  std::string why;
+  std::unique_ptr<ReplacingFile> file = ReplacingFile::Open(pagePath, "wb", &why);
+  if (file) {
+    std::fwrite(page.data(), 1, page.size(), file->get());
+    if (file->Commit(&why)) why.clear();
   }
-  std::error_code ec;
-  fs::rename(temporary, pagePath, ec);
-  if (ec) {
-    // The reason is the rename's: the clean-up must not overwrite it.
-    std::error_code ignored;
-    fs::remove(temporary, ignored);
-    err << "kvlexp: " << pagePath << ": cannot write the preview page: " << ec.message() << "\n";
+  if (!file || !why.empty()) {
+    err << "kvlexp: " << pagePath << ": cannot write the preview page: " << why << "\n";
     return EXIT_FAILED;
   }
   out << "kvlexp: preview of " << request.path << " written to " << pagePath << " (" << page.size() << " bytes)\n";

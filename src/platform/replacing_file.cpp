@@ -31,10 +31,19 @@ std::unique_ptr<ReplacingFile> ReplacingFile::Open(const std::string& path, cons
   std::unique_ptr<ReplacingFile> out(new ReplacingFile());
   std::error_code ec;
   fs::path target(path);
-  // Follow links, so the link stays and what it points at is replaced.
-  if (fs::is_symlink(target, ec)) {
-    const fs::path resolved = fs::weakly_canonical(target, ec);
-    if (!ec) target = resolved;
+  // Follow links, so the link stays and what it points at is replaced. A
+  // link that leads nowhere, or round in a loop, is the user's to mend: a
+  // file written in its place would lose it.
+  if (fs::is_symlink(fs::symlink_status(target, ec))) {
+    const fs::path resolved = fs::canonical(target, ec);
+    if (ec) {
+      SetError(error, ec == std::errc::too_many_symbolic_link_levels
+                          ? "it is a symbolic link that leads round in a loop"
+                          : "it is a symbolic link to " + fs::read_symlink(target, ec).string() +
+                                ", which does not exist");
+      return nullptr;
+    }
+    target = resolved;
   }
   const fs::file_status status = fs::status(target, ec);
   if (fs::is_directory(status)) {
@@ -68,11 +77,18 @@ ReplacingFile::~ReplacingFile() {
 bool ReplacingFile::Commit(std::string* error) { return Commit(error, nullptr); }
 
 bool ReplacingFile::Commit(std::string* error, const std::function<std::string(const std::string&)>& check) {
-  bool ok = !std::ferror(file_);
-  int code = ok ? 0 : EIO;
-  if (std::fflush(file_) != 0 && ok) {
+  // After a failed write the buffer still holds what did not fit, so the
+  // flush fails again and tells why (a full disk is ENOSPC); only a
+  // failure that left nothing to flush has no reason of its own.
+  bool ok = true;
+  int code = 0;
+  if (std::fflush(file_) != 0) {
     ok = false;
     code = errno;
+  }
+  if (ok && std::ferror(file_)) {
+    ok = false;
+    code = EIO;
   }
   if (std::fclose(file_) != 0 && ok) {
     ok = false;

@@ -3,10 +3,30 @@
 #include <cfloat>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace kvl::sources {
 
-void Fail(const std::string& path, const std::string& problem) { throw LoadError{path + ": " + problem}; }
+namespace {
+
+// A path that deep nesting has made long shows its first and last steps:
+// where the trouble starts and where it is, not kilobytes of "children[0]".
+std::string ShortPath(const std::string& path) {
+  constexpr size_t kStepsShown = 4;
+  std::vector<size_t> starts;  // the dot before each member after the first
+  for (size_t i = 1; i < path.size(); ++i) {
+    if (path[i] == '.') starts.push_back(i);
+  }
+  if (starts.size() <= 2 * kStepsShown) return path;
+  const size_t headEnd = starts[kStepsShown - 1];
+  const size_t tailStart = starts[starts.size() - kStepsShown];
+  const size_t hidden = starts.size() - 2 * kStepsShown + 1;
+  return path.substr(0, headEnd) + ".(" + std::to_string(hidden) + " more)" + path.substr(tailStart);
+}
+
+}  // namespace
+
+void Fail(const std::string& path, const std::string& problem) { throw LoadError{ShortPath(path) + ": " + problem}; }
 
 std::string KeyPath(const std::string& path, std::string_view key) {
   return path.empty() ? std::string(key) : path + "." + std::string(key);

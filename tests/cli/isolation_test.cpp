@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -133,6 +134,37 @@ TEST_F(IsolationTest, ALinkStaysAndItsTargetIsReplaced) {
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_TRUE(fs::is_symlink(dir / "link.kvl"));
   EXPECT_EQ(fs::file_size(dir / "real.kvl"), 67u);
+
+  // A link that leads nowhere or round in a loop is an error, and stays.
+  fs::create_symlink(dir / "nowhere.kvl", dir / "dangling.kvl");
+  fs::create_symlink(dir / "loop2.kvl", dir / "loop1.kvl");
+  fs::create_symlink(dir / "loop1.kvl", dir / "loop2.kvl");
+  for (const char* name : {"dangling.kvl", "loop1.kvl"}) {
+    const Result broken =
+        RunProgram("export " + scene + " " + (dir / name).string() + " --drive-c " + (dir / "c").string());
+    EXPECT_EQ(broken.status, 1) << name;
+    EXPECT_NE(broken.err.find("symbolic link"), std::string::npos) << broken.err;
+    EXPECT_TRUE(fs::is_symlink(dir / name)) << name;
+  }
+  EXPECT_FALSE(fs::exists(dir / "nowhere.kvl"));
+
+  // The preview page goes the same way: through a link to its target, in
+  // place into a device, and two at once into the same page both succeed.
+  std::ofstream(dir / "real.html") << "old page";
+  fs::create_symlink(dir / "real.html", dir / "page.html");
+  const std::string kvl = (dir / "real.kvl").string();
+  EXPECT_EQ(RunProgram("preview " + kvl + " -o " + (dir / "page.html").string()).status, 0);
+  EXPECT_TRUE(fs::is_symlink(dir / "page.html"));
+  EXPECT_NE(ReadAll(dir / "real.html"), "old page");
+  fs::create_symlink("/dev/null", dir / "null.html");
+  EXPECT_EQ(RunProgram("preview " + kvl + " -o " + (dir / "null.html").string()).status, 0);
+  EXPECT_TRUE(fs::is_symlink(dir / "null.html"));
+  EXPECT_TRUE(fs::is_character_file("/dev/null"));
+  const std::string twice = std::string(KVLEXP_PROGRAM) + " preview " + kvl + " -o " +
+                            (dir / "twice.html").string() + " >/dev/null";
+  const int both = std::system(("sh -c '" + twice + " & a=$!; " + twice + " & b=$!; wait $a && wait $b'").c_str());
+  EXPECT_TRUE(WIFEXITED(both) && WEXITSTATUS(both) == 0);
+  EXPECT_EQ(ReadAll(dir / "twice.html"), ReadAll(dir / "real.html"));
 }
 
 TEST_F(IsolationTest, ExportsAreByteIdenticalInAndOutOfProcess) {
