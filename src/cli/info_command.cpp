@@ -12,12 +12,17 @@
 #include "host/memory_scene.h"
 #include "host/object.h"
 #include "output/kvl_validator.h"
+#include "platform/text_escapes.h"
 #include "sources/scene_source.h"
 
 namespace kvl::cli {
 namespace {
 
 constexpr double kTicksPerSecond = 4800.0;
+
+// Names are the scene's bytes: quoted, with what a terminal would obey
+// (escape sequences, line breaks) or could not show escaped.
+std::string Quoted(std::string_view name) { return "\"" + text::EscapedForTerminal(name) + "\""; }
 
 struct Totals {
   int nodes = 0, meshes = 0, cameras = 0, lights = 0, helpers = 0, hidden = 0, animated = 0;
@@ -39,19 +44,19 @@ const char* KindName(host::SClass_ID kind) {
 std::string MaterialList(host::Mtl* material, Totals& totals) {
   if (!material) return "none";
   totals.materials.insert(material);
-  if (material->ClassID().PartA() != host::MULTI_CLASS_ID.PartA()) return "\"" + std::string(material->GetName()) + "\"";
+  if (material->ClassID().PartA() != host::MULTI_CLASS_ID.PartA()) return Quoted(material->GetName());
   std::string list;
   for (int i = 0; i < material->NumSubMtls(); ++i) {
     host::Mtl* sub = material->GetSubMtl(i);
     if (sub) totals.materials.insert(sub);
-    list += (i ? ", " : "") + (sub ? "\"" + std::string(sub->GetName()) + "\"" : std::string("(empty)"));
+    list += (i ? ", " : "") + (sub ? Quoted(sub->GetName()) : std::string("(empty)"));
   }
   return list;
 }
 
 void PrintNode(host::MemoryNode& node, int depth, std::ostream& out, Totals& totals) {
   ++totals.nodes;
-  out << std::string(static_cast<size_t>(2 * depth + 2), ' ') << "\"" << node.name << "\"";
+  out << std::string(static_cast<size_t>(2 * depth + 2), ' ') << Quoted(node.name);
   host::Object* object = node.EvalWorldState(0).obj;
   const host::SClass_ID kind = object ? object->SuperClassID() : 0;
   out << "  " << (object ? KindName(kind) : "no object");
@@ -93,10 +98,11 @@ bool IsKvlFile(const std::string& path) {
 }  // namespace
 
 int RunInfo(const InfoRequest& request, std::ostream& out, std::ostream& err) {
+  const std::string shownPath = text::EscapedForTerminal(request.scenePath);
   // An importer would call a KVL file an unknown format, or read it as an
   // empty scene if its name ends like one; the user meant `inspect`.
   if (IsKvlFile(request.scenePath)) {
-    err << "kvlexp: " << request.scenePath << ": this is a KVL file: use inspect\n";
+    err << "kvlexp: " << shownPath << ": this is a KVL file: use inspect\n";
     return EXIT_FAILED;
   }
   sources::SourceOptions options;
@@ -105,12 +111,15 @@ int RunInfo(const InfoRequest& request, std::ostream& out, std::ostream& err) {
   // Nothing is written for a look at the scene: embedded textures stay in it.
   sources::SceneLoadResult loaded = sources::LoadSceneFile(request.scenePath, options);
   if (!loaded.scene) {
-    err << "kvlexp: " << request.scenePath << ": " << loaded.error << "\n";
+    // The reasons quote names from the scene too.
+    err << "kvlexp: " << shownPath << ": " << text::EscapedForTerminal(loaded.error) << "\n";
     return EXIT_FAILED;
   }
-  for (const std::string& note : loaded.notes) err << "kvlexp: " << request.scenePath << ": note: " << note << "\n";
+  for (const std::string& note : loaded.notes) {
+    err << "kvlexp: " << shownPath << ": note: " << text::EscapedForTerminal(note) << "\n";
+  }
   host::MemoryScene& scene = *loaded.scene;
-  out << "scene " << request.scenePath << "\n";
+  out << "scene " << shownPath << "\n";
   out << "time: " << scene.ticksPerFrame << " ticks per frame (" << std::setprecision(4)
       << kTicksPerSecond / scene.ticksPerFrame << " frames per second), animation range "
       << scene.animationRange.Start() << " .. " << scene.animationRange.End() << " ticks ("

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "output/kvl_validator.h"
+#include "platform/text_escapes.h"
 
 namespace kvl::cli {
 namespace {
@@ -13,6 +14,15 @@ namespace {
 using nlohmann::json;
 
 json IdOrNull(uint32_t id) { return id == NODE_ID_NONE ? json(nullptr) : json(id); }
+
+// A text of the file as the summary holds it. A name is whatever bytes the
+// file has, and JSON holds only UTF-8: bytes that are not are escaped here,
+// once, so that the JSON and the text rendered from it agree.
+json FileText(const std::string& bytes) { return text::WithInvalidBytesEscaped(bytes); }
+
+// A text of the summary as the terminal gets it: control characters and
+// escape sequences in a name must not reach it raw.
+std::string Printable(const json& value) { return text::EscapedForTerminal(value.get<std::string>()); }
 
 std::string Hex(uint32_t value) {
   char text[16];
@@ -93,7 +103,7 @@ struct TreeBuilder {
     const float* position = nullptr;
     Placement(node, name, parent, position);
     json entry = {{"id", id}, {"type", NodeTypeName(node.type)}, {"parent", IdOrNull(parent)}};
-    entry[node.type == NODE_ATTRIBUTE ? "text" : "name"] = name;
+    entry[node.type == NODE_ATTRIBUTE ? "text" : "name"] = FileText(name);
     entry["position"] = position ? json::array({position[0], position[1], position[2]}) : json(nullptr);
     json kids = json::array();
     // A child met a second time lies on a cycle; it is not followed again.
@@ -157,7 +167,7 @@ json Meshes(const KvlDocument& doc, json& totals) {
                       {"vertices", faces ? DistinctIndices(*faces) : 0},
                       {"vertexOffset", s.vertexOffset}});
     }
-    json entry = {{"id", id}, {"name", mesh.name}, {"parent", IdOrNull(mesh.parentId)}, {"submeshes", subs}};
+    json entry = {{"id", id}, {"name", FileText(mesh.name)}, {"parent", IdOrNull(mesh.parentId)}, {"submeshes", subs}};
     const VertexBufferNode* vb = mesh.submeshes.empty()
                                      ? nullptr
                                      : doc.table.FindAs<VertexBufferNode>(mesh.submeshes.front().vertexBufferId,
@@ -202,7 +212,7 @@ json Materials(const KvlDocument& doc) {
 json Textures(const KvlDocument& doc) {
   json textures = json::array();
   for (const auto& [id, node] : doc.table) {
-    if (node->type == NODE_TEXTURE) textures.push_back({{"id", id}, {"fileName", As<TextureNode>(*node).fileName}});
+    if (node->type == NODE_TEXTURE) textures.push_back({{"id", id}, {"fileName", FileText(As<TextureNode>(*node).fileName)}});
   }
   return textures;
 }
@@ -222,7 +232,7 @@ json Animations(const KvlDocument& doc, json& totals) {
                            {"startTime", s.startTime},
                            {"endTime", s.endTime}});
     }
-    animations.push_back({{"id", id}, {"name", g.name}, {"parent", IdOrNull(g.parentId)}, {"sequences", sequences}});
+    animations.push_back({{"id", id}, {"name", FileText(g.name)}, {"parent", IdOrNull(g.parentId)}, {"sequences", sequences}});
   }
   totals["animations"] = animations.size();
   totals["samples"] = samples;
@@ -241,7 +251,7 @@ std::string IdText(const json& id) { return id.is_null() ? "none" : std::to_stri
 
 void PrintTree(const json& node, int depth, std::ostream& out) {
   out << std::string(2 * depth + 2, ' ') << node["id"].get<uint32_t>() << " " << node["type"].get<std::string>();
-  if (node.contains("name")) out << " \"" << node["name"].get<std::string>() << "\"";
+  if (node.contains("name")) out << " \"" << Printable(node["name"]) << "\"";
   if (node.contains("text")) out << " (" << node["text"].get<std::string>().size() << " bytes of text)";
   out << PositionText(node["position"]);
   if (depth == 0 && !node["parent"].is_null()) out << " [parent " << IdText(node["parent"]) << " missing]";
@@ -262,7 +272,7 @@ std::string FlagNames(uint16_t flags) {
 json InspectSummary(const KvlDocument& doc, const std::string& path) {
   json totals = {{"bytes", doc.fileSize}, {"chunks", doc.chunks.size()}, {"nodes", doc.table.Size()}};
   json summary;
-  summary["file"] = path;
+  summary["file"] = FileText(path);
   summary["hierarchy"] = Hierarchy(doc);
   summary["meshes"] = Meshes(doc, totals);
   summary["materials"] = Materials(doc);
@@ -291,16 +301,16 @@ json ChunkListing(const KvlDocument& doc, const std::string& path) {
                       {"size", c.size},
                       {"decoded", c.decoded}});
   }
-  return {{"file", path}, {"bytes", doc.fileSize}, {"chunks", chunks}};
+  return {{"file", FileText(path)}, {"bytes", doc.fileSize}, {"chunks", chunks}};
 }
 
 void PrintSummary(const json& s, std::ostream& out) {
-  out << s["file"].get<std::string>() << "\n\nHierarchy\n";
+  out << Printable(s["file"]) << "\n\nHierarchy\n";
   for (const json& root : s["hierarchy"]) PrintTree(root, 0, out);
 
   out << "\nMeshes\n";
   for (const json& m : s["meshes"]) {
-    out << "  mesh " << m["id"].get<uint32_t>() << " \"" << m["name"].get<std::string>() << "\": "
+    out << "  mesh " << m["id"].get<uint32_t>() << " \"" << Printable(m["name"]) << "\": "
         << m["submeshes"].size() << " submeshes, " << m["bufferVertices"].get<size_t>() << " vertices in "
         << m["frames"].get<size_t>() << " list(s), vertex flags " << m["vertexFlags"].get<uint32_t>() << "\n";
     size_t i = 0;
@@ -324,12 +334,12 @@ void PrintSummary(const json& s, std::ostream& out) {
 
   out << "\nTextures\n";
   for (const json& t : s["textures"]) {
-    out << "  texture " << t["id"].get<uint32_t>() << ": \"" << t["fileName"].get<std::string>() << "\"\n";
+    out << "  texture " << t["id"].get<uint32_t>() << ": \"" << Printable(t["fileName"]) << "\"\n";
   }
 
   out << "\nAnimations\n";
   for (const json& a : s["animations"]) {
-    out << "  animation group " << a["id"].get<uint32_t>() << " \"" << a["name"].get<std::string>() << "\": "
+    out << "  animation group " << a["id"].get<uint32_t>() << " \"" << Printable(a["name"]) << "\": "
         << a["sequences"].size() << " sequences\n";
     size_t i = 0;
     for (const json& q : a["sequences"]) {
@@ -350,7 +360,7 @@ void PrintSummary(const json& s, std::ostream& out) {
 }
 
 void PrintChunkListing(const json& listing, std::ostream& out) {
-  out << listing["file"].get<std::string>() << ": " << listing["chunks"].size() << " chunks, "
+  out << Printable(listing["file"]) << ": " << listing["chunks"].size() << " chunks, "
       << listing["bytes"].get<size_t>() << " bytes\n";
   out << "    offset   type  version          id        size\n";
   for (const json& c : listing["chunks"]) {

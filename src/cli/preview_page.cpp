@@ -6,6 +6,7 @@
 
 #include "cli/preview_assets.h"
 #include "output/kvl_validator.h"
+#include "platform/text_escapes.h"
 
 namespace kvl::cli {
 namespace {
@@ -19,18 +20,30 @@ size_t ReplaceOnce(std::string& page, size_t from, std::string_view marker, std:
   return at + value.size();
 }
 
-// JSON inside a <script> element: "</" would end the element early.
+// JSON inside a <script> element. The HTML parser knows nothing of JSON
+// strings: "</script" would end the element early, and "<!--" followed by
+// "<script" would keep it open past its own end tag. So no '<' may stand in
+// it at all; '>' and '&' go too, so that no markup can be made of the rest.
+// Outside strings JSON has none of the three, and inside one the \u form
+// reads back as the same character.
 std::string ScriptSafeJson(const nlohmann::json& value) {
-  std::string text = value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  // The texts shown are valid UTF-8 already (PageText); the image keys are
+  // replaced where they are not, rather than abort.
+  const std::string text = value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
   std::string out;
   out.reserve(text.size());
-  for (size_t i = 0; i < text.size(); ++i) {
-    out += text[i];
-    if (text[i] == '<' && i + 1 < text.size() && text[i + 1] == '/') out += '\\';
+  for (char c : text) {
+    switch (c) {
+      case '<': out += "\\u003c"; break;
+      case '>': out += "\\u003e"; break;
+      case '&': out += "\\u0026"; break;
+      default: out += c;
+    }
   }
   return out;
 }
 
+// Text between tags or inside a quoted attribute.
 std::string HtmlEscaped(const std::string& text) {
   std::string out;
   for (char c : text) {
@@ -38,11 +51,17 @@ std::string HtmlEscaped(const std::string& text) {
       case '<': out += "&lt;"; break;
       case '>': out += "&gt;"; break;
       case '&': out += "&amp;"; break;
+      case '"': out += "&quot;"; break;
+      case '\'': out += "&#39;"; break;
       default: out += c;
     }
   }
   return out;
 }
+
+// A file's name or a text quoting the file's names, shown as inspect shows
+// it: bytes that are not UTF-8 escaped, so that JSON and HTML can hold it.
+std::string PageText(const std::string& bytes) { return text::WithInvalidBytesEscaped(bytes); }
 
 }  // namespace
 
@@ -83,11 +102,14 @@ std::string BuildPreviewPage(const PreviewInput& input) {
   const Validation v = ValidateKvl(input.kvl);
   nlohmann::json problems = nlohmann::json::array();
   for (const FileProblem& p : v.problems) {
-    problems.push_back({{"severity", p.severity == Severity::ERROR ? "error" : "warning"}, {"text", FormatProblem(p)}});
+    problems.push_back({{"severity", p.severity == Severity::ERROR ? "error" : "warning"}, {"text", PageText(FormatProblem(p))}});
   }
   nlohmann::json images = nlohmann::json::object();
+  // Keyed as the page's decoder reads the names from the file (a browser's
+  // UTF-8 decoding, which replaces what is not UTF-8, as the dump does), so
+  // that the page finds its images; these keys are never shown.
   for (const auto& [name, url] : input.images) images[name] = url;
-  const nlohmann::json page = {{"file", input.fileName},
+  const nlohmann::json page = {{"file", PageText(input.fileName)},
                                {"errors", v.errors},
                                {"warnings", v.warnings},
                                {"problems", problems},
@@ -98,7 +120,7 @@ std::string BuildPreviewPage(const PreviewInput& input) {
   const auto bytesOf = [](std::string_view text) {
     return std::span<const uint8_t>(reinterpret_cast<const uint8_t*>(text.data()), text.size());
   };
-  size_t at = ReplaceOnce(html, 0, "@TITLE@", HtmlEscaped(input.fileName));
+  size_t at = ReplaceOnce(html, 0, "@TITLE@", HtmlEscaped(PageText(input.fileName)));
   at = ReplaceOnce(html, at, "@PAGE_JSON@", ScriptSafeJson(page));
   at = ReplaceOnce(html, at, "@KVL_BASE64@", Base64(input.kvl));
   at = ReplaceOnce(html, at, "@THREE_BASE64@", Base64(bytesOf(ThreeModule())));

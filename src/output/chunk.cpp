@@ -2,6 +2,8 @@
 
 #include <bit>
 
+#include "platform/text_escapes.h"
+
 namespace kvl {
 
 void Chunk::PutBytes(int32_t count, const void* data) {
@@ -42,7 +44,9 @@ void Chunk::PutQuat(const float p[4]) {
 }
 
 void Chunk::PutString(std::string_view text) {
-  const size_t n = text.size() < MAX_STRING ? text.size() : MAX_STRING;
+  // A UTF-8 name is cut before the character that would not fit whole:
+  // half a character would make the stored name invalid text.
+  const size_t n = text::CutLength(text, MAX_STRING);
   PutU8(static_cast<uint32_t>(n));
   PutBytes(static_cast<int32_t>(n), text.data());
 }

@@ -14,7 +14,8 @@ namespace kvl {
 class Chunk {
  public:
   static constexpr size_t HEADER_SIZE = 12;
-  // The length byte of a string caps it; longer texts are cut silently.
+  // The length byte of a string caps it; longer texts are cut silently, a
+  // UTF-8 one before the first character that would not fit whole.
   static constexpr size_t MAX_STRING = 255;
 
   Chunk(uint16_t chunkType, uint16_t version, uint32_t id)

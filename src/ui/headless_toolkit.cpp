@@ -2,6 +2,7 @@
 
 #include <ostream>
 
+#include "platform/text_escapes.h"
 #include "settings/dialog_template.h"
 #include "settings/log_dialog.h"
 #include "settings/options_dialog.h"
@@ -51,7 +52,7 @@ int HeadlessToolkit::RunOptions(OptionsDialog& dialog) {
     return IDCANCEL;
   }
   if (!dialog.SaveControls()) {
-    err_ << "kvlexp: options refused: " << dialog.LastError() << "\n";
+    err_ << "kvlexp: options refused: " << text::EscapedForTerminal(dialog.LastError()) << "\n";
     refused_ = true;
     return IDCANCEL;
   }
@@ -59,7 +60,10 @@ int HeadlessToolkit::RunOptions(OptionsDialog& dialog) {
 }
 
 int HeadlessToolkit::RunLog(LogDialog& dialog) {
-  logOut_ << dialog.Text().substr(0, LogDialog::MAX_TEXT);
+  // The log quotes the scene's names, which may hold escape sequences or
+  // line breaks: the terminal gets them escaped, the lines' own CR LF ends
+  // as they are. The log file keeps the bytes.
+  logOut_ << text::EscapedForTerminal(std::string_view(dialog.Text()).substr(0, LogDialog::MAX_TEXT), true);
   logOut_.flush();
   return IDOK;
 }

@@ -32,7 +32,7 @@ TEST(PreviewPage, ImagesAreTypedByTheirLastEndingInAnyCase) {
 TEST(PreviewPage, AFileNameCannotEndTheScriptThatCarriesIt) {
   const std::vector<uint8_t> none;
   const std::string page = BuildPreviewPage({"a</script>b.kvl", none, {}});
-  EXPECT_NE(page.find("a<\\/script>b.kvl"), std::string::npos);
+  EXPECT_NE(page.find("a\\u003c/script\\u003eb.kvl"), std::string::npos);
   EXPECT_EQ(page.find('\0'), std::string::npos);
 }
 
