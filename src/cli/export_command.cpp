@@ -3,6 +3,7 @@
 
 #include <cctype>
 #include <chrono>
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <ostream>
@@ -17,6 +18,7 @@
 #include "cli/plugin_library.h"
 #include "host/host_files.h"
 #include "platform/replacing_file.h"
+#include "platform/text_escapes.h"
 #include "host/memory_scene.h"
 #include "host/message_box.h"
 #include "settings/dialog_template.h"
@@ -97,6 +99,44 @@ bool WriteEmbeddedFiles(const std::vector<sources::SceneLoadResult::EmbeddedFile
   return true;
 }
 
+// What the export read: the scene and what its importer opened, then the
+// files the host opened for the exporter (the settings file).
+std::vector<std::string> DependenciesOf(const std::vector<std::string>& sceneFiles) {
+  std::vector<std::string> files = sceneFiles;
+  for (const std::string& path : host::HostFilesRead()) {
+    if (std::find(files.begin(), files.end(), path) == files.end()) files.push_back(path);
+  }
+  return files;
+}
+
+// A path in a Makefile rule: spaces, '#' and '$' would end or change it.
+std::string MakeEscaped(const std::string& path) {
+  std::string out;
+  for (char c : path) {
+    if (c == ' ' || c == '#' || c == '\\') out += '\\';
+    if (c == '$') out += '$';
+    out += c;
+  }
+  return out;
+}
+
+// "OUTPUT: DEPENDENCY..." as Make and Ninja read a depfile, through a
+// replacing file so that a build tool never reads half of one.
+bool WriteDepfile(const std::string& path, const std::string& output, const std::vector<std::string>& files,
+                  std::ostream& err) {
+  std::string rule = MakeEscaped(output) + ":";
+  for (const std::string& file : files) rule += " \\\n  " + MakeEscaped(file);
+  rule += "\n";
+  std::string why;
+  std::unique_ptr<ReplacingFile> out = ReplacingFile::Open(path, "w", &why);
+  if (out) {
+    std::fwrite(rule.data(), 1, rule.size(), out->get());
+    if (out->Commit(&why)) return true;
+  }
+  err << "kvlexp: " << path << ": cannot write the depfile: " << why << "\n";
+  return false;
+}
+
 // Why no file can be made at `path` because of its folder; empty if the
 // folder is there.
 std::string OutputFolderProblem(const std::string& path) {
@@ -143,8 +183,9 @@ class HostSession {
         recorder_(request.dialogs ? *request.dialogs : static_cast<DialogToolkit&>(toolkit_)) {
     host::SetCOREInterface(&core_);
     host::SetDriveFolder('c', request.driveFolder);
+    host::ForgetHostFilesRead();
     host::SetMessageBoxHandler([&err](const std::string& text, const std::string& caption) {
-      err << "kvlexp: " << caption << ": " << text << "\n";
+      err << "kvlexp: " << text::EscapedForTerminal(caption) << ": " << text::EscapedForTerminal(text) << "\n";
     });
     SetDialogToolkit(&recorder_);
   }
@@ -246,15 +287,20 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
   sources::SceneLoadResult loaded = sources::LoadSceneFile(request.scenePath, sourceOptions);
   const double loadSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - loadStart).count();
   if (!loaded.scene) {
-    err << "kvlexp: " << request.scenePath << ": " << loaded.error << "\n";
+    err << "kvlexp: " << text::EscapedForTerminal(request.scenePath) << ": " << text::EscapedForTerminal(loaded.error)
+        << "\n";
     return EXIT_FAILED;
   }
-  for (const std::string& note : loaded.notes) err << "kvlexp: " << request.scenePath << ": note: " << note << "\n";
+  for (const std::string& note : loaded.notes) {
+    err << "kvlexp: " << text::EscapedForTerminal(request.scenePath) << ": note: " << text::EscapedForTerminal(note)
+        << "\n";
+  }
   if (!request.vertexAnimation) {
     std::vector<std::string> deforming;
     NoteDeformingMeshes(loaded.scene->root, loaded.scene->animationRange, deforming);
     for (const std::string& name : deforming) {
-      err << "kvlexp: " << request.scenePath << ": note: mesh \"" << name
+      err << "kvlexp: " << text::EscapedForTerminal(request.scenePath) << ": note: mesh \""
+          << text::EscapedForTerminal(name)
           << "\" deforms over the animation; it is exported in its rest pose (--vertex-animation exports its "
              "frames)\n";
     }
@@ -315,6 +361,10 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
   // Textures that the scene carries inside it go beside the output, now
   // that it is written, and each replaces an older one only when complete.
   if (!WriteEmbeddedFiles(loaded.files, fs::path(outputFile).parent_path(), out, err)) return EXIT_FAILED;
+  if (!request.depfilePath.empty() &&
+      !WriteDepfile(request.depfilePath, request.outputPath, DependenciesOf(loaded.filesRead), err)) {
+    return EXIT_FAILED;
+  }
   if (request.preview) {
     const PreviewRequest page{outputFile, DefaultPreviewPath(outputFile)};
     const int status = RunPreview(page, out, err);

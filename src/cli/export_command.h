@@ -25,6 +25,7 @@ struct ExportRequest {
   std::string animation;               // the file's animation to export, by name or index; empty: the first
   bool vertexAnimation = false;        // deforming meshes as vertex animation frames, not in their rest pose
   bool allowOutsideReferences = false;  // the scene may read files outside its own folder
+  std::string depfilePath;              // where to write the files the export read, as a Makefile rule; empty: none
   PhaseSignal phase;                   // told when the load and the export start; may be empty
   DialogToolkit* dialogs = nullptr;    // shows the dialogs on a window, ignoring edits and cancel; null: none
 };

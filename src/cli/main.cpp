@@ -58,6 +58,9 @@ int main(int argc, char** argv) {
                         "the folder that stands for drive C: (default ~/.kvlexp/c)");
   exportCmd->add_option("--animation", request.animation,
                         "NAME|INDEX: the animation of a glTF, FBX, Collada... file to export (default: the first)");
+  exportCmd->add_option("--depfile", request.depfilePath,
+                        "FILE: also write the files the export read (scene, companions, settings) as a Makefile "
+                        "rule, for Ninja and Make");
   exportCmd->add_flag("--allow-outside-references", request.allowOutsideReferences,
                       "let the scene read files outside its own folder (buffers, images, material libraries)");
   exportCmd->add_flag("--vertex-animation", request.vertexAnimation,

@@ -1,5 +1,6 @@
 #include "host/host_files.h"
 
+#include <algorithm>
 #include <cctype>
 #include <map>
 #include <vector>
@@ -10,6 +11,11 @@ namespace {
 std::map<char, std::string>& DriveFolders() {
   static std::map<char, std::string> folders;
   return folders;
+}
+
+std::vector<std::string>& FilesRead() {
+  static std::vector<std::string> files;
+  return files;
 }
 
 }  // namespace
@@ -59,7 +65,17 @@ std::string HostPath(const std::string& path) {
 }
 
 std::FILE* HostFopen(const std::string& path, const char* mode) {
-  return std::fopen(HostPath(path).c_str(), mode);
+  const std::string mapped = HostPath(path);
+  std::FILE* file = std::fopen(mapped.c_str(), mode);
+  if (file && mode[0] == 'r') {
+    std::vector<std::string>& read = FilesRead();
+    if (std::find(read.begin(), read.end(), mapped) == read.end()) read.push_back(mapped);
+  }
+  return file;
 }
+
+const std::vector<std::string>& HostFilesRead() { return FilesRead(); }
+
+void ForgetHostFilesRead() { FilesRead().clear(); }
 
 }  // namespace kvl::host

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 namespace kvl::host {
 
@@ -18,7 +19,12 @@ std::string HostPath(const std::string& path);
 // The same for one drive `letter` standing for `folder`, whatever is mapped.
 std::string DrivePath(const std::string& path, char letter, const std::string& folder);
 
-// fopen on the mapped path.
+// fopen on the mapped path. A file opened for reading is recorded.
 std::FILE* HostFopen(const std::string& path, const char* mode);
+
+// The mapped paths of the files HostFopen opened for reading since the last
+// ForgetHostFilesRead, each once, in order: what a run depended on.
+const std::vector<std::string>& HostFilesRead();
+void ForgetHostFilesRead();
 
 }  // namespace kvl::host

@@ -76,7 +76,8 @@ Assimp::IOStream* ConfinedIOSystem::Open(const char* file, const char* mode) {
   if (!Allowed(file)) return nullptr;
   Assimp::IOStream* stream = Assimp::DefaultIOSystem::Open(file, mode);
   if (stream) {
-    const std::string path = Resolved(file).string();
+    // As the importer named it, tidied: the user's own path to the file.
+    const std::string path = fs::path(file).lexically_normal().string();
     if (std::find(opened_.begin(), opened_.end(), path) == opened_.end()) opened_.push_back(path);
   }
   return stream;

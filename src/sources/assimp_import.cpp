@@ -120,7 +120,14 @@ SceneLoadResult LoadAssimpSceneFile(const std::string& path, const SourceOptions
     result.error = "cannot import: the file holds no node tree";
     return result;
   }
-  return ConvertAssimpScene(*ai, path, options);
+  SceneLoadResult converted = ConvertAssimpScene(*ai, path, options);
+  // The scene as the user named it, then what the importer opened besides.
+  converted.filesRead = {path};
+  const std::string scene = std::filesystem::path(path).lexically_normal().string();
+  for (const std::string& opened : files->opened()) {
+    if (opened != scene) converted.filesRead.push_back(opened);
+  }
+  return converted;
 }
 
 }  // namespace kvl::sources

@@ -94,7 +94,9 @@ SceneLoadResult LoadJsonSceneFile(const std::string& path) {
     result.error = path + ": cannot be read: " + std::strerror(readErrno);
     return result;
   }
-  return LoadJsonScene(bytes);
+  SceneLoadResult loaded = LoadJsonScene(bytes);
+  loaded.filesRead = {path};
+  return loaded;
 }
 
 }  // namespace kvl::sources

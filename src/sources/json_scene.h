@@ -26,6 +26,9 @@ struct SceneLoadResult {
     std::string bytes;
   };
   std::vector<EmbeddedFile> files;
+  // Every file the load read, the scene first, each once: what the output
+  // depends on besides the settings.
+  std::vector<std::string> filesRead;
 };
 
 SceneLoadResult LoadJsonScene(std::string_view text);

@@ -1,0 +1,4 @@
+box.kvl: \
+  scenes/box.obj \
+  scenes/box.mtl \
+  kvlexp.ini

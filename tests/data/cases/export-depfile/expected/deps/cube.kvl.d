@@ -1,0 +1,3 @@
+cube.kvl: \
+  scenes/cube.json \
+  kvlexp.ini

@@ -1,0 +1,4 @@
+tri.kvl: \
+  scenes/tri.gltf \
+  scenes/tri.bin \
+  kvlexp.ini
