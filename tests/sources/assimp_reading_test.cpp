@@ -130,6 +130,21 @@ TEST(AssimpReading, OneCameraInFourFormatsStandsAndAimsAlike) {
   }
 }
 
+// A camera that looks straight down has no up vector square to its line of
+// sight: it still aims down, with axes square to each other.
+TEST(AssimpReading, APlanViewCameraAimsDownWithSquareAxes) {
+  SceneLoadResult loaded = LoadSceneFile(CaseFile("assimp-cameras", "top.3ds"));
+  ASSERT_TRUE(loaded.error.empty()) << loaded.error;
+  host::MemoryNode* node = FindNode(loaded.scene->root, "Camera01");
+  ASSERT_NE(node, nullptr);
+  const Matrix3 world = node->GetObjectTM(0);
+  ExpectNear(Point3(0, 0, 10), world.GetRow(3), 1e-4f, "position");
+  ExpectNear(Point3(0, 0, -1), Unit(world.GetRow(2) * -1.0f), 1e-5f, "-Z");
+  for (int r = 0; r < 3; ++r) EXPECT_NEAR(world.GetRow(r).Length(), 1.0f, 1e-5f) << r;
+  EXPECT_NEAR(host::DotProd(world.GetRow(0), world.GetRow(1)), 0.0f, 1e-5f);
+  EXPECT_NEAR(host::DotProd(world.GetRow(1), world.GetRow(2)), 0.0f, 1e-5f);
+}
+
 // Assimp marks a scene without a mesh incomplete; it is a scene all the
 // same, with every camera and every animated null of the file.
 TEST(AssimpReading, ScenesWithoutAMeshKeepTheirCamerasAndNulls) {

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Writes one scene, a camera at (10, -20, 5) aiming at the origin with a
 45-degree angle (Z up), in four formats: 3DS, ASE, glTF and Collada; plus a
-Collada file of three cameras and nothing else. Run it in this folder."""
+Collada file of three cameras and nothing else, and a 3DS camera looking
+straight down. Run it in this folder."""
 import base64
 import json
 import math
@@ -30,14 +31,14 @@ def chunk(cid, body):
     return struct.pack("<HI", cid, 6 + len(body)) + body
 
 
-def write_3ds():
+def write_3ds(path="camera.3ds", pos=POS):
     # 3DS keeps the lens in millimetres: 2400 / angle.
-    camera = chunk(0x4700, struct.pack("<8f", *POS, *TARGET, 0.0, 2400.0 / FOV_DEG))
+    camera = chunk(0x4700, struct.pack("<8f", *pos, *TARGET, 0.0, 2400.0 / FOV_DEG))
     triangle = chunk(0x4110, struct.pack("<H9f", 3, 0, 0, 0, 1, 0, 0, 0, 1, 0)) + \
         chunk(0x4120, struct.pack("<5H", 1, 0, 1, 2, 0))
     objects = chunk(0x4000, b"Camera01\0" + camera) + chunk(0x4000, b"Tri\0" + chunk(0x4100, triangle))
     editor = chunk(0x3D3D, chunk(0x3D3E, struct.pack("<I", 3)) + objects)
-    open("camera.3ds", "wb").write(chunk(0x4D4D, chunk(0x0002, struct.pack("<I", 3)) + editor))
+    open(path, "wb").write(chunk(0x4D4D, chunk(0x0002, struct.pack("<I", 3)) + editor))
 
 
 def write_ase():
@@ -129,6 +130,9 @@ def collada(cameras):
 
 
 write_3ds()
+# A plan view: straight down, so that no up vector is square to the line of
+# sight and the camera's sideways axis has to be chosen.
+write_3ds("top.3ds", (0.0, 0.0, 10.0))
 write_ase()
 write_gltf()
 open("camera.dae", "w").write(collada([("Camera01", POS)]))
