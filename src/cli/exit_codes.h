@@ -9,6 +9,11 @@ enum ExitCode : int {
   EXIT_USAGE = 2,      // the command line itself was wrong, or a --set the dialog cannot take
   EXIT_CANCELLED = 3,  // the options dialog ended with Cancel (--cancel, or a value it refused)
   EXIT_UNREADABLE = 2,  // inspect, validate: the file could not be opened or read at all
+  // Stopped at the user's request: 128 + the signal, as a shell reports a
+  // program that the signal ended.
+  EXIT_HANGUP = 129,       // SIGHUP: the terminal went away
+  EXIT_INTERRUPTED = 130,  // SIGINT: Ctrl-C
+  EXIT_TERMINATED = 143,   // SIGTERM
 };
 
 }  // namespace kvl::cli

@@ -1,10 +1,16 @@
 // kvlexp: the command line that plays the host application for the exporter.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <iostream>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "cli/exit_codes.h"
 #include "cli/export_command.h"
@@ -12,6 +18,8 @@
 #include "cli/inspect_command.h"
 #include "cli/preview_command.h"
 #include "cli/validate_command.h"
+#include "host/host_files.h"
+#include "settings/export_settings.h"
 #include "ui/fltk_display.h"
 #include "ui/fltk_toolkit.h"
 
@@ -28,6 +36,91 @@ std::string DefaultDriveFolder() {
   const char* home = std::getenv("HOME");
   if (!home || !*home) return "";
   return (std::filesystem::path(home) / ".kvlexp" / "c").string();
+}
+
+// The bounds of a command that reads a scene, as typed.
+struct LimitOptions {
+  std::string timeout = "600";
+  std::string memory = "8G";
+  bool noIsolate = false;
+};
+
+void AddLimitOptions(CLI::App* command, LimitOptions& options, const std::string& work) {
+  command->add_option("--timeout", options.timeout,
+                      "SECONDS: stop " + work + " when it takes longer (default 600; 0: no limit)");
+  command->add_option("--memory-limit", options.memory,
+                      "SIZE: memory for " + work + ", in bytes or with K, M, G or T (default 8G; 0: none)");
+  command->add_flag("--no-isolate", options.noIsolate,
+                    "run " + work + " in this process (for debugging); the limits still apply");
+}
+
+// The limits, or one line naming the value that is none.
+std::optional<kvl::cli::IsolationLimits> ParseLimits(const LimitOptions& options, std::ostream& err) {
+  const std::optional<double> seconds = kvl::cli::ParseSeconds(options.timeout);
+  if (!seconds) {
+    err << "kvlexp: --timeout " << options.timeout << ": expected a number of seconds, 0 or more (0: no limit)\n";
+    return std::nullopt;
+  }
+  const std::optional<uint64_t> memory = kvl::cli::ParseSize(options.memory);
+  if (!memory) {
+    err << "kvlexp: --memory-limit " << options.memory << ": expected a size such as 512M or 8G (0: none)\n";
+    return std::nullopt;
+  }
+  return kvl::cli::IsolationLimits{*seconds, *memory};
+}
+
+int Supervise(const kvl::cli::SupervisedWork& work, const kvl::cli::IsolationLimits& limits, bool noIsolate,
+              const kvl::cli::SupervisedRun& run) {
+  if (noIsolate) return kvl::cli::RunInProcess(work, limits, run, std::cerr);
+  return kvl::cli::RunIsolated(work, limits, run, std::cerr);
+}
+
+// Why `path` is no file to read whole: a pipe or a terminal could keep the
+// command waiting for ever, a device feed it without end. Empty for a
+// regular file, and for a path that is not there (the command says so).
+std::string NotAFile(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return "";
+  const char* kind = S_ISDIR(status.st_mode)    ? "a folder"
+                     : S_ISFIFO(status.st_mode) ? "a named pipe"
+                     : S_ISSOCK(status.st_mode) ? "a socket"
+                                                : "a device";
+  return std::string("cannot be read: it is ") + kind + ", not a file";
+}
+
+// inspect, validate and preview: a regular file only, read in a child
+// under the default limits, as a scene is.
+int RunOnKvlFile(const std::string& path, const std::vector<std::string>& outputs,
+                 const std::function<int()>& command) {
+  if (const std::string why = NotAFile(path); !why.empty()) {
+    std::cerr << "kvlexp: " << path << ": " << why << "\n";
+    return kvl::cli::EXIT_UNREADABLE;
+  }
+  return kvl::cli::RunIsolated(
+      [&](const kvl::cli::PhaseSignal& phase) {
+        phase(kvl::cli::PHASE_READING_FILE);
+        return command();
+      },
+      kvl::cli::IsolationLimits{}, kvl::cli::SupervisedRun{path, outputs, {}}, std::cerr);
+}
+
+// What an export writes: the output, its preview page and depfile, and in
+// the drive's folder the exporter's log and settings file.
+kvl::cli::SupervisedRun ExportRun(const kvl::cli::ExportRequest& request) {
+  kvl::cli::SupervisedRun run;
+  run.subject = request.scenePath;
+  const std::string outputFile = kvl::host::DrivePath(request.outputPath, 'c', request.driveFolder);
+  run.outputs.push_back(outputFile);
+  if (request.preview) run.outputs.push_back(kvl::cli::DefaultPreviewPath(outputFile));
+  if (!request.depfilePath.empty()) run.outputs.push_back(request.depfilePath);
+  if (!request.driveFolder.empty()) {
+    run.folders.push_back(request.driveFolder);
+    for (const char* settings : kvl::SETTINGS_FIXED_PATHS) {
+      const std::string file = kvl::host::DrivePath(settings, 'c', request.driveFolder);
+      run.folders.push_back(std::filesystem::path(file).parent_path().string());
+    }
+  }
+  return run;
 }
 
 }  // namespace
@@ -69,14 +162,8 @@ int main(int argc, char** argv) {
   exportCmd->add_flag("--verify", request.verify,
                       "read the written KVL file back and validate it; errors give a non-zero exit");
   bool gui = false;
-  bool noIsolate = false;
-  kvl::cli::IsolationLimits limits;
-  std::string memoryLimit = "8G";
-  exportCmd->add_option("--timeout", limits.timeoutSeconds,
-                        "SECONDS: stop an export that takes longer (default 600; 0: no limit)")
-      ->check(CLI::NonNegativeNumber);
-  exportCmd->add_option("--memory-limit", memoryLimit, "SIZE: memory for the load and export (default 8G; 0: none)");
-  exportCmd->add_flag("--no-isolate", noIsolate, "run the load and export in this process (for debugging)");
+  LimitOptions exportLimits;
+  AddLimitOptions(exportCmd, exportLimits, "the load and export");
   exportCmd->add_flag("--no-split", request.noSplit,
                       "keep meshes beyond the file's 16-bit fields whole (fields cut, with a warning)");
   exportCmd->add_flag("--stats", request.stats, "print the time of each phase and what was exported");
@@ -90,6 +177,8 @@ int main(int argc, char** argv) {
   infoCmd->add_option("--animation", info.animation, "NAME|INDEX: the animation to key the nodes with");
   infoCmd->add_flag("--allow-outside-references", info.allowOutsideReferences,
                     "let the scene read files outside its own folder (buffers, images, material libraries)");
+  LimitOptions infoLimits;
+  AddLimitOptions(infoCmd, infoLimits, "the load");
 
   kvl::cli::InspectRequest inspect;
   CLI::App* inspectCmd = app.add_subcommand("inspect", "Summarise a KVL file: hierarchy, meshes, materials, "
@@ -116,11 +205,35 @@ int main(int argc, char** argv) {
     const int code = app.exit(e);
     return code == 0 ? kvl::cli::EXIT_OK : kvl::cli::EXIT_USAGE;
   }
-  if (*infoCmd) return kvl::cli::RunInfo(info, std::cout, std::cerr);
-  if (*inspectCmd) return kvl::cli::RunInspect(inspect, std::cout, std::cerr);
-  if (*validateCmd) return kvl::cli::RunValidate(validate, std::cout, std::cerr);
-  if (*previewCmd) return kvl::cli::RunPreview(preview, std::cout, std::cerr);
+  if (*infoCmd) {
+    const std::optional<kvl::cli::IsolationLimits> limits = ParseLimits(infoLimits, std::cerr);
+    if (!limits) return kvl::cli::EXIT_USAGE;
+    // An importer can crash, hang or run away on a malformed file (or a
+    // pipe) here just as in an export.
+    return Supervise(
+        [&](const kvl::cli::PhaseSignal& phase) {
+          phase(kvl::cli::PHASE_READING);
+          return kvl::cli::RunInfo(info, std::cout, std::cerr);
+        },
+        *limits, infoLimits.noIsolate, kvl::cli::SupervisedRun{info.scenePath, {}, {}});
+  }
+  if (*inspectCmd) {
+    return RunOnKvlFile(inspect.path, {}, [&] { return kvl::cli::RunInspect(inspect, std::cout, std::cerr); });
+  }
+  if (*validateCmd) {
+    // --json answers with a document even then, as for a file it cannot open.
+    if (const std::string why = NotAFile(validate.path); !why.empty() && validate.json) {
+      std::cout << nlohmann::json{{"file", validate.path}, {"readable", false}, {"error", why}}.dump(2) << "\n";
+    }
+    return RunOnKvlFile(validate.path, {}, [&] { return kvl::cli::RunValidate(validate, std::cout, std::cerr); });
+  }
+  if (*previewCmd) {
+    const std::string page = preview.outputPath.empty() ? kvl::cli::DefaultPreviewPath(preview.path) : preview.outputPath;
+    return RunOnKvlFile(preview.path, {page}, [&] { return kvl::cli::RunPreview(preview, std::cout, std::cerr); });
+  }
   if (!*exportCmd) return kvl::cli::EXIT_USAGE;
+  const std::optional<kvl::cli::IsolationLimits> limits = ParseLimits(exportLimits, std::cerr);
+  if (!limits) return kvl::cli::EXIT_USAGE;
 
   kvl::ui::FltkToolkit windowDialogs;
   if (gui) {
@@ -154,20 +267,13 @@ int main(int argc, char** argv) {
       return kvl::cli::EXIT_USAGE;
     }
   }
-  const std::optional<uint64_t> memory = kvl::cli::ParseSize(memoryLimit);
-  if (!memory) {
-    std::cerr << "kvlexp: --memory-limit " << memoryLimit << ": expected a size such as 512M or 8G (0: none)\n";
-    return kvl::cli::EXIT_USAGE;
-  }
-  limits.memoryBytes = *memory;
   request.showProgress = ::isatty(STDERR_FILENO) != 0;
-  if (noIsolate) return kvl::cli::RunExport(request, std::cout, std::cerr);
   // A crash, a hang or a runaway allocation in the importer or the exporter
   // ends the child, not the command: it still reports and exits cleanly.
-  return kvl::cli::RunIsolated(
+  return Supervise(
       [&](const kvl::cli::PhaseSignal& phase) {
         request.phase = phase;
         return kvl::cli::RunExport(request, std::cout, std::cerr);
       },
-      limits, request.scenePath, request.outputPath, std::cerr);
+      *limits, exportLimits.noIsolate, ExportRun(request));
 }

@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <functional>
 
+#include "platform/temporary_files.h"
+
 namespace kvl {
 namespace {
 
@@ -28,6 +30,8 @@ std::string ReplacingFile::TemporaryName(const std::string& path, long pid) {
 }
 
 std::unique_ptr<ReplacingFile> ReplacingFile::Open(const std::string& path, const char* mode, std::string* error) {
+  // What a process killed mid-write left beside this target goes first.
+  RemoveStaleTemporaries(path);
   std::unique_ptr<ReplacingFile> out(new ReplacingFile());
   std::error_code ec;
   fs::path target(path);
