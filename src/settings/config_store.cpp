@@ -41,8 +41,25 @@ std::string TrimConfigText(const std::string& text) {
 
 void ConfigStore::Parse(const char* text) {
   if (!text) return;
+  // Where each non-empty line of the text starts, counting every line from
+  // 1: the pieces below skip the empty ones.
+  std::vector<int> textLines;
+  int textLine = 1;
+  bool inPiece = false;
+  for (const char* c = text; *c; ++c) {
+    if (*c == '\n') {
+      ++textLine;
+      inPiece = false;
+    } else if (!inPiece) {
+      textLines.push_back(textLine);
+      inPiece = true;
+    }
+  }
   int lineNumber = 0;
+  size_t pieceIndex = 0;
   for (const std::string& piece : Split(text, "\n")) {
+    const int pieceTextLine = pieceIndex < textLines.size() ? textLines[pieceIndex] : 0;
+    ++pieceIndex;
     const std::string line = TrimConfigText(piece);
     // A "#" starts a comment only at the start of a trimmed line.
     if (line.empty() || line[0] == '#') continue;
@@ -53,7 +70,10 @@ void ConfigStore::Parse(const char* text) {
       // A key without a value counts as switched on.
       const std::string value = i + 1 < tokens.size() ? TrimConfigText(tokens[i + 1]) : "1";
       // The first occurrence of a key wins.
-      if (values_.emplace(key, value).second) keyLines_.emplace(key, lineNumber);
+      if (values_.emplace(key, value).second) {
+        keyLines_.emplace(key, lineNumber);
+        keyTextLines_.emplace(key, pieceTextLine);
+      }
     }
     ++lineNumber;
   }

@@ -30,11 +30,15 @@ class ConfigStore {
 
   // Data lines that no read has consumed, by line number, trimmed.
   const std::map<int, std::string>& RemainingLines() const { return lines_; }
+  // Per key (case folded), the line of the text (from 1, every line
+  // counted) where it first stands: for messages that point there.
+  const std::map<std::string, int>& TextLines() const { return keyTextLines_; }
 
  private:
   std::map<std::string, std::string> values_;
   std::map<int, std::string> lines_;
   std::map<std::string, int> keyLines_;
+  std::map<std::string, int> keyTextLines_;
   std::string separators_;
   bool consumeOnRead_;
 };

@@ -46,9 +46,11 @@ void ExportSettings::Load(const std::string& outputPath, ConfigStore& store) {
     file = host::HostFopen(path, "r");
     if (file) break;
   }
+  fileLines.clear();
   if (file) {
     store.Parse(ReadAll(file).c_str());
     std::fclose(file);
+    fileLines = store.TextLines();
   } else {
     // Not found anywhere: the file will be created next to the output.
     iniPath = candidates.front();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 
 #include "settings/config_store.h"
@@ -26,6 +27,9 @@ struct ExportSettings {
   bool exportanims = true;
   bool exportmorph = true;
   std::string iniPath;  // where the settings file was found, or will be created
+  // Per setting read from that file, the line it stands on (from 1), so that
+  // a value refused later can be pointed at.
+  std::map<std::string, int> fileLines;
   bool outputlog = false;
   bool displaylog = true;
 

@@ -37,7 +37,14 @@ OptionsDialog::OptionsDialog(const ExportSettings& s, void* /*parentWindow*/)
       enableadaptivesampling_(AsCheck(s.enableadaptivesampling)),
       postolerance_(s.postolerance),
       rottolerance_(s.rottolerance),
-      scaletolerance_(s.scaletolerance) {}
+      scaletolerance_(s.scaletolerance),
+      iniPath_(s.iniPath),
+      fileLines_(s.fileLines) {}
+
+std::string OptionsDialog::SettingsFileLineOf(const std::string& key) const {
+  auto it = fileLines_.find(key);
+  return it == fileLines_.end() ? "" : iniPath_ + " line " + std::to_string(it->second);
+}
 
 void OptionsDialog::Exchange(DataExchange& dx) {
   // One control after the other; the first refusal ends the exchange.
@@ -64,6 +71,10 @@ bool OptionsDialog::SaveControls() {
   DataExchange dx(controls_, true);
   Exchange(dx);
   lastError_ = dx.failed() ? dx.message() : "";
+  lastRefusedKey_.clear();
+  if (const ControlTemplate* control = FindControl(OptionsDialogTemplate(), dx.failedControl()); dx.failed() && control) {
+    lastRefusedKey_ = std::string(control->key);
+  }
   return !dx.failed();
 }
 

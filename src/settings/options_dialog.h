@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 
 #include "settings/data_exchange.h"
@@ -31,6 +32,10 @@ class OptionsDialog {
   const std::string& BuildText() const { return buildText_; }
   const std::string& LocationText() const { return locationText_; }
   const std::string& LastError() const { return lastError_; }
+  // The setting of the control that was refused last, and where its value
+  // stood in the settings file ("PATH line N"; empty if not there).
+  const std::string& LastRefusedKey() const { return lastRefusedKey_; }
+  std::string SettingsFileLineOf(const std::string& key) const;
 
  private:
   void Exchange(DataExchange& dx);
@@ -46,6 +51,9 @@ class OptionsDialog {
 
   ControlStates controls_;
   std::string lastError_;
+  std::string lastRefusedKey_;
+  std::string iniPath_;
+  std::map<std::string, int> fileLines_;
 };
 
 // "KVLExp build " and the build's date and time, as "Jul  3 2003 12:49:13".

@@ -1,5 +1,6 @@
 #include "ui/headless_toolkit.h"
 
+#include <algorithm>
 #include <ostream>
 
 #include "platform/text_escapes.h"
@@ -52,7 +53,13 @@ int HeadlessToolkit::RunOptions(OptionsDialog& dialog) {
     return IDCANCEL;
   }
   if (!dialog.SaveControls()) {
-    err_ << "kvlexp: options refused: " << text::EscapedForTerminal(dialog.LastError()) << "\n";
+    // A value the command line did not set came from the settings file:
+    // say where, so that the user can mend it there.
+    const std::string& key = dialog.LastRefusedKey();
+    const bool setHere = std::any_of(edits_.begin(), edits_.end(), [&key](const ControlEdit& e) { return e.key == key; });
+    const std::string where = setHere ? "" : dialog.SettingsFileLineOf(key);
+    err_ << "kvlexp: options refused: " << (where.empty() ? "" : text::EscapedForTerminal(where) + ": ")
+         << text::EscapedForTerminal(dialog.LastError()) << "\n";
     refused_ = true;
     return IDCANCEL;
   }
