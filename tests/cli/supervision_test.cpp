@@ -306,6 +306,22 @@ TEST_F(SupervisionTest, InfoOnAPipeOrAnEndlessInputEndsWithOneLine) {
 #endif
 }
 
+// A DirectX file on which Assimp 5.2's reader dies of a segmentation fault
+// (a matrix with a stray ";" and a damaged template name): info and export
+// both survive it and say so in one line.
+TEST_F(SupervisionTest, AnImporterThatCrashesIsOneLine) {
+  const std::string crasher = std::string(KVL_TEST_DIR) + "/data/crashers/assimp-directx-segv.x";
+  const Finished info = RunToEnd({"info", crasher}, dir / "err.txt");
+  EXPECT_EQ(info.status, 1);
+  EXPECT_EQ(info.err, "kvlexp: " + crasher + ": the importer crashed (segmentation fault) while reading the scene\n");
+  const Finished exported =
+      RunToEnd({"export", crasher, (dir / "out.kvl").string(), "--drive-c", (dir / "c").string()}, dir / "err.txt");
+  EXPECT_EQ(exported.status, 1);
+  EXPECT_EQ(exported.err, "kvlexp: " + crasher +
+                              ": the importer crashed (segmentation fault) while reading the scene; nothing was written\n");
+  EXPECT_FALSE(fs::exists(dir / "out.kvl"));
+}
+
 TEST_F(SupervisionTest, KvlFileCommandsRefuseAPipe) {
   // No writer ever comes: reading it would wait for ever.
   const std::string pipe = (dir / "pipe.kvl").string();
