@@ -12,6 +12,8 @@
 #include <iterator>
 #include <string>
 
+#include "run_command.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -28,21 +30,11 @@ Result RunProgram(const std::string& arguments) {
   const std::string command =
       "ASAN_OPTIONS=\"${ASAN_OPTIONS:-}:handle_segv=0:handle_abort=0:handle_sigbus=0:handle_sigfpe=0\" " +
       std::string(KVLEXP_PROGRAM) + " " + arguments + " 2>&1 >/dev/null";
-  Result result;
-  std::FILE* pipe = ::popen(command.c_str(), "r");
-  if (!pipe) return result;
-  std::array<char, 512> buffer{};
-  size_t n;
-  while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0) result.err.append(buffer.data(), n);
-  const int raw = ::pclose(pipe);
-  result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  return result;
+  const kvl::testing::CommandRun run = kvl::testing::RunCommand(command);
+  return {run.status, run.out};
 }
 
-std::string ReadAll(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
+std::string ReadAll(const fs::path& path) { return kvl::testing::ReadWholeFile(path); }
 
 class IsolationTest : public ::testing::Test {
  protected:

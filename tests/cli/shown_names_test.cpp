@@ -5,9 +5,7 @@
 // here are the files no export writes, the preview page, which is too large
 // to keep, and the properties over many byte strings.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <array>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -21,6 +19,7 @@
 #include "output/chunk.h"
 #include "output/kvl_reader.h"
 #include "platform/text_escapes.h"
+#include "run_command.h"
 #include "working_folder.h"
 
 namespace kvl {
@@ -29,10 +28,8 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-struct ProgramRun {
-  int status = -1;
-  std::string out;  // standard output only: the JSON must stand alone there
-};
+// Standard output only: the JSON must stand alone there.
+using ProgramRun = kvl::testing::CommandRun;
 
 std::string ShellQuoted(const std::string& text) {
   std::string quoted = "'";
@@ -47,21 +44,10 @@ ProgramRun RunProgram(const std::vector<std::string>& arguments) {
   std::string command = "HOME=\"$PWD\" " + ShellQuoted(KVLEXP_PROGRAM);
   for (const std::string& a : arguments) command += " " + ShellQuoted(a);
   command += " 2>/dev/null";
-  ProgramRun run;
-  std::FILE* pipe = ::popen(command.c_str(), "r");
-  if (!pipe) return run;
-  std::array<char, 4096> buffer{};
-  size_t n;
-  while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0) run.out.append(buffer.data(), n);
-  const int raw = ::pclose(pipe);
-  run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  return run;
+  return kvl::testing::RunCommand(command);
 }
 
-std::string ReadAll(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
+std::string ReadAll(const fs::path& path) { return kvl::testing::ReadWholeFile(path); }
 
 // A scene of meshes with the given names, as the JSON scene format has it.
 void WriteScene(const fs::path& path, const std::vector<std::string>& names) {
