@@ -4,14 +4,17 @@
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <iostream>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "cli/each_command.h"
 #include "cli/exit_codes.h"
 #include "cli/export_command.h"
 #include "cli/info_command.h"
@@ -67,6 +70,33 @@ std::optional<kvl::cli::IsolationLimits> ParseLimits(const LimitOptions& options
     return std::nullopt;
   }
   return kvl::cli::IsolationLimits{*seconds, *memory};
+}
+
+// Every scene of --each through a run of this program of its own, with the
+// options of this command line.
+int RunEachExport(kvl::cli::EachRequest& each, const kvl::cli::ExportRequest& request,
+                  const std::vector<std::string>& sets, const LimitOptions& limits) {
+  std::vector<std::string>& options = each.exportOptions;
+  for (const std::string& set : sets) options.insert(options.end(), {"--set", set});
+  if (!request.driveFolder.empty()) options.insert(options.end(), {"--drive-c", request.driveFolder});
+  if (!request.pluginPath.empty()) options.insert(options.end(), {"--plugin", request.pluginPath});
+  if (!request.animation.empty()) options.insert(options.end(), {"--animation", request.animation});
+  options.insert(options.end(), {"--timeout", limits.timeout, "--memory-limit", limits.memory});
+  if (limits.noIsolate) options.push_back("--no-isolate");
+  const std::pair<bool, const char*> flags[] = {{request.cancel, "--cancel"},
+                                                {request.verify, "--verify"},
+                                                {request.vertexAnimation, "--vertex-animation"},
+                                                {request.allowOutsideReferences, "--allow-outside-references"},
+                                                {request.noSplit, "--no-split"},
+                                                {request.preview, "--preview"}};
+  for (const auto& [on, flag] : flags) {
+    if (on) options.push_back(flag);
+  }
+  if (each.jobs == 0) each.jobs = std::max(1u, std::thread::hardware_concurrency());
+  each.showProgress = ::isatty(STDERR_FILENO) != 0;
+  std::error_code ec;
+  const std::string self = std::filesystem::read_symlink("/proc/self/exe", ec).string();
+  return kvl::cli::RunEach(each, ec ? std::string("kvlexp") : self, std::cerr);
 }
 
 int Supervise(const kvl::cli::SupervisedWork& work, const kvl::cli::IsolationLimits& limits, bool noIsolate,
@@ -136,11 +166,14 @@ int main(int argc, char** argv) {
   CLI::App* exportCmd =
       app.add_subcommand("export", "Export SCENE (a JSON scene description, or any file Assimp reads) to OUTPUT");
   exportCmd->add_option("SCENE", request.scenePath,
-                        "the scene to export (.json, or .gltf, .glb, .fbx, .dae, .obj, .3ds, .ase, .ply, .stl, .x, ...)")
-      ->required();
+                        "the scene to export (.json, or .gltf, .glb, .fbx, .dae, .obj, .3ds, .ase, .ply, .stl, .x, ...)");
   exportCmd->add_option("OUTPUT", request.outputPath,
-                        "the file to write; a name ending in KVL gives the binary scene file, TXT the text dump")
-      ->required();
+                        "the file to write; a name ending in KVL gives the binary scene file, TXT the text dump");
+  kvl::cli::EachRequest each;
+  exportCmd->add_option("--each", each.scenes,
+                        "SCENES...: export each scene to --out-dir/STEM.kvl instead of SCENE to OUTPUT");
+  exportCmd->add_option("--out-dir", each.outputFolder, "DIR: where --each writes its outputs");
+  exportCmd->add_option("--jobs", each.jobs, "N: how many --each exports run at once (default: the cores)");
   exportCmd->add_option("--set", sets,
                         "KEY=VALUE: type VALUE into the options dialog's control for setting KEY before OK "
                         "(repeatable; check boxes take 1/0)");
@@ -234,6 +267,17 @@ int main(int argc, char** argv) {
   if (!*exportCmd) return kvl::cli::EXIT_USAGE;
   const std::optional<kvl::cli::IsolationLimits> limits = ParseLimits(exportLimits, std::cerr);
   if (!limits) return kvl::cli::EXIT_USAGE;
+  if (!each.scenes.empty()) {
+    if (!request.scenePath.empty() || each.outputFolder.empty() || gui || !request.depfilePath.empty()) {
+      std::cerr << "kvlexp: --each takes the scenes and --out-dir DIR, no SCENE OUTPUT, --gui or --depfile\n";
+      return kvl::cli::EXIT_USAGE;
+    }
+    return RunEachExport(each, request, sets, exportLimits);
+  }
+  if (request.scenePath.empty() || request.outputPath.empty()) {
+    std::cerr << "kvlexp: export needs SCENE and OUTPUT (or --each SCENES... --out-dir DIR)\n";
+    return kvl::cli::EXIT_USAGE;
+  }
 
   kvl::ui::FltkToolkit windowDialogs;
   if (gui) {
