@@ -120,12 +120,21 @@ std::string MakeEscaped(const std::string& path) {
   return out;
 }
 
+// A depfile's paths are absolute: a build tool reads them relative to its
+// own folder, which need not be the one the export ran in (CMake runs the
+// command in the output folder, Ninja reads the file from the build's top).
+std::string AbsolutePath(const std::string& path) {
+  std::error_code ec;
+  const std::filesystem::path absolute = std::filesystem::absolute(path, ec);
+  return ec ? path : absolute.lexically_normal().string();
+}
+
 // "OUTPUT: DEPENDENCY..." as Make and Ninja read a depfile, through a
 // replacing file so that a build tool never reads half of one.
 bool WriteDepfile(const std::string& path, const std::string& output, const std::vector<std::string>& files,
                   std::ostream& err) {
-  std::string rule = MakeEscaped(output) + ":";
-  for (const std::string& file : files) rule += " \\\n  " + MakeEscaped(file);
+  std::string rule = MakeEscaped(AbsolutePath(output)) + ":";
+  for (const std::string& file : files) rule += " \\\n  " + MakeEscaped(AbsolutePath(file));
   rule += "\n";
   std::string why;
   std::unique_ptr<ReplacingFile> out = ReplacingFile::Open(path, "w", &why);
@@ -362,7 +371,7 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
   // that it is written, and each replaces an older one only when complete.
   if (!WriteEmbeddedFiles(loaded.files, fs::path(outputFile).parent_path(), out, err)) return EXIT_FAILED;
   if (!request.depfilePath.empty() &&
-      !WriteDepfile(request.depfilePath, request.outputPath, DependenciesOf(loaded.filesRead), err)) {
+      !WriteDepfile(request.depfilePath, host::HostPath(request.outputPath), DependenciesOf(loaded.filesRead), err)) {
     return EXIT_FAILED;
   }
   if (request.preview) {

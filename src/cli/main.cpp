@@ -5,6 +5,8 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -153,6 +155,31 @@ kvl::cli::SupervisedRun ExportRun(const kvl::cli::ExportRequest& request) {
   return run;
 }
 
+// `kvlexp settings`: the settings file as an export would save it after OK,
+// so that a build can put one beside its outputs that no export rewrites.
+int WriteSettingsFile(const std::string& path, const std::string& from) {
+  kvl::ExportSettings settings;
+  kvl::ConfigStore store("=", false);
+  if (!from.empty()) {
+    const std::string why = NotAFile(from);
+    if (!why.empty() || !settings.ReadFile(from, store)) {
+      const std::string reason = why.empty() ? std::string("cannot read the settings file: ") + std::strerror(errno) : why;
+      std::cerr << "kvlexp: " << from << ": " << reason << "\n";
+      return kvl::cli::EXIT_FAILED;
+    }
+  } else if (NotAFile(path).empty()) {
+    settings.ReadFile(path, store);  // missing: the defaults
+  }
+  settings.TakeValues(store);
+  settings.iniPath = path;
+  std::string why;
+  if (!settings.Save(&why)) {
+    std::cerr << "kvlexp: " << path << ": cannot write the settings file: " << why << "\n";
+    return kvl::cli::EXIT_FAILED;
+  }
+  return kvl::cli::EXIT_OK;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -232,6 +259,14 @@ int main(int argc, char** argv) {
   previewCmd->add_option("FILE", preview.path, "the KVL file to show")->required();
   previewCmd->add_option("-o,--output", preview.outputPath, "PAGE.html: the page to write (default FILE.html)");
 
+  std::string settingsPath, settingsFrom;
+  CLI::App* settingsCmd = app.add_subcommand(
+      "settings", "Write FILE as an export saves its settings file: the values of --from, of FILE itself or the "
+                  "defaults; a file that already says so is left untouched (for builds that copy one beside "
+                  "their outputs)");
+  settingsCmd->add_option("FILE", settingsPath, "the settings file to write (kvlexp.ini)")->required();
+  settingsCmd->add_option("--from", settingsFrom, "SOURCE: the settings file to take the values from");
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -250,6 +285,7 @@ int main(int argc, char** argv) {
         },
         *limits, infoLimits.noIsolate, kvl::cli::SupervisedRun{info.scenePath, {}, {}});
   }
+  if (*settingsCmd) return WriteSettingsFile(settingsPath, settingsFrom);
   if (*inspectCmd) {
     return RunOnKvlFile(inspect.path, {}, [&] { return kvl::cli::RunInspect(inspect, std::cout, std::cerr); });
   }

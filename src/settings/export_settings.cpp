@@ -1,6 +1,7 @@
 #include "settings/export_settings.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <vector>
 
@@ -36,26 +37,30 @@ std::string SettingsPathBeside(const std::string& outputPath) {
   return folder + "kvlexp.ini";
 }
 
+bool ExportSettings::ReadFile(const std::string& path, ConfigStore& store) {
+  std::FILE* file = host::HostFopen(path, "r");
+  if (!file) return false;
+  iniPath = path;
+  store.Parse(ReadAll(file).c_str());
+  std::fclose(file);
+  fileLines = store.TextLines();
+  return true;
+}
+
 void ExportSettings::Load(const std::string& outputPath, ConfigStore& store) {
   std::vector<std::string> candidates = {SettingsPathBeside(outputPath)};
   for (const char* path : SETTINGS_FIXED_PATHS) candidates.emplace_back(path);
 
-  std::FILE* file = nullptr;
-  for (const std::string& path : candidates) {
-    iniPath = path;
-    file = host::HostFopen(path, "r");
-    if (file) break;
-  }
   fileLines.clear();
-  if (file) {
-    store.Parse(ReadAll(file).c_str());
-    std::fclose(file);
-    fileLines = store.TextLines();
-  } else {
-    // Not found anywhere: the file will be created next to the output.
-    iniPath = candidates.front();
+  // Not found anywhere: the file will be created next to the output.
+  iniPath = candidates.front();
+  for (const std::string& path : candidates) {
+    if (ReadFile(path, store)) break;
   }
+  TakeValues(store);
+}
 
+void ExportSettings::TakeValues(ConfigStore& store) {
   // Missing keys take the defaults of a fresh record.
   const ExportSettings defaults;
   exporthidden = ReadBool(store, "exporthidden", defaults.exporthidden);
@@ -77,30 +82,52 @@ void ExportSettings::Load(const std::string& outputPath, ConfigStore& store) {
   scaletolerance = ReadFloat(store, "scaletolerance", defaults.scaletolerance);
 }
 
-void ExportSettings::Save() const {
+std::string ExportSettings::FileText() const {
+  std::string text = "# kvlexp.ini\n";
+  char line[128];
+  auto add = [&](const char* key, const char* format, auto value) {
+    std::snprintf(line, sizeof line, format, key, value);
+    text += line;
+  };
+  add("exporthidden", "%s = %d\n", exporthidden ? 1 : 0);
+  add("exportlights", "%s = %d\n", exportlights ? 1 : 0);
+  add("exportnodeattributes", "%s = %d\n", exportnodeattributes ? 1 : 0);
+  add("optimize", "%s = %d\n", optimize ? 1 : 0);
+  add("ignorespecial", "%s = %d\n", ignorespecial ? 1 : 0);
+  add("removescaling", "%s = %d\n", removescaling ? 1 : 0);
+  add("outputlog", "%s = %d\n", outputlog ? 1 : 0);
+  add("displaylog", "%s = %d\n", displaylog ? 1 : 0);
+  add("threshold", "%s = %d\n", threshold);
+  add("samplerate", "%s = %d\n", samplerate);
+  add("scale", "%s = %f\n", static_cast<double>(scale));
+  add("exportanims", "%s = %d\n", exportanims ? 1 : 0);
+  add("exportmorph", "%s = %d\n", exportmorph ? 1 : 0);
+  add("enableadaptivesampling", "%s = %d\n", enableadaptivesampling ? 1 : 0);
+  add("postolerance", "%s = %f\n", static_cast<double>(postolerance));
+  add("rottolerance", "%s = %f\n", static_cast<double>(rottolerance));
+  add("scaletolerance", "%s = %f\n", static_cast<double>(scaletolerance));
+  return text;
+}
+
+bool ExportSettings::Save(std::string* why) const {
+  const std::string text = FileText();
+  // A file that already says exactly this is left untouched, its time
+  // included: a build that lists the settings file as an input of every
+  // export in a folder must not see it change when nothing did.
+  const std::string path = host::HostPath(iniPath);
+  std::error_code ec;
+  if (std::filesystem::is_regular_file(path, ec)) {
+    if (std::FILE* existing = std::fopen(path.c_str(), "rb")) {
+      const bool same = ReadAll(existing) == text;
+      std::fclose(existing);
+      if (same) return true;
+    }
+  }
   // The old settings stay whole until the new file is complete.
-  std::unique_ptr<ReplacingFile> replacing = ReplacingFile::Open(host::HostPath(iniPath), "w");
-  if (!replacing) return;
-  std::FILE* file = replacing->get();
-  std::fprintf(file, "# kvlexp.ini\n");
-  std::fprintf(file, "exporthidden = %d\n", exporthidden ? 1 : 0);
-  std::fprintf(file, "exportlights = %d\n", exportlights ? 1 : 0);
-  std::fprintf(file, "exportnodeattributes = %d\n", exportnodeattributes ? 1 : 0);
-  std::fprintf(file, "optimize = %d\n", optimize ? 1 : 0);
-  std::fprintf(file, "ignorespecial = %d\n", ignorespecial ? 1 : 0);
-  std::fprintf(file, "removescaling = %d\n", removescaling ? 1 : 0);
-  std::fprintf(file, "outputlog = %d\n", outputlog ? 1 : 0);
-  std::fprintf(file, "displaylog = %d\n", displaylog ? 1 : 0);
-  std::fprintf(file, "threshold = %d\n", threshold);
-  std::fprintf(file, "samplerate = %d\n", samplerate);
-  std::fprintf(file, "scale = %f\n", static_cast<double>(scale));
-  std::fprintf(file, "exportanims = %d\n", exportanims ? 1 : 0);
-  std::fprintf(file, "exportmorph = %d\n", exportmorph ? 1 : 0);
-  std::fprintf(file, "enableadaptivesampling = %d\n", enableadaptivesampling ? 1 : 0);
-  std::fprintf(file, "postolerance = %f\n", static_cast<double>(postolerance));
-  std::fprintf(file, "rottolerance = %f\n", static_cast<double>(rottolerance));
-  std::fprintf(file, "scaletolerance = %f\n", static_cast<double>(scaletolerance));
-  replacing->Commit();
+  std::unique_ptr<ReplacingFile> replacing = ReplacingFile::Open(path, "w", why);
+  if (!replacing) return false;
+  std::fwrite(text.data(), 1, text.size(), replacing->get());
+  return replacing->Commit(why);
 }
 
 }  // namespace kvl

@@ -1,4 +1,4 @@
-box.kvl: \
-  scenes/box.obj \
-  scenes/box.mtl \
-  kvlexp.ini
+<case>/box.kvl: \
+  <case>/scenes/box.obj \
+  <case>/scenes/box.mtl \
+  <case>/kvlexp.ini

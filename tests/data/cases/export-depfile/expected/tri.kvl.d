@@ -1,4 +1,4 @@
-tri.kvl: \
-  scenes/tri.gltf \
-  scenes/tri.bin \
-  kvlexp.ini
+<case>/tri.kvl: \
+  <case>/scenes/tri.gltf \
+  <case>/scenes/tri.bin \
+  <case>/kvlexp.ini

@@ -1,3 +1,3 @@
-cube.kvl: \
-  scenes/cube.json \
-  kvlexp.ini
+<case>/cube.kvl: \
+  <case>/scenes/cube.json \
+  <case>/kvlexp.ini
