@@ -7,7 +7,7 @@
 #include <chrono>
 #include <cstdio>
 
-#include "sources/assimp_import.h"
+#include "sources/assimp/assimp_import.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 
 #include "export/kvl_exp.h"
 #include "grid_scene.h"  // tests/support
-#include "host/dialog_toolkit.h"
+#include "dialogs/dialog_toolkit.h"
 #include "host/host_files.h"
 #include "ui/headless_toolkit.h"
 

@@ -8,9 +8,9 @@
 #include <span>
 #include <vector>
 
-#include "output/binary_writer.h"
-#include "output/kvl_reader.h"
-#include "output/kvl_validator.h"
+#include "output/write/binary_writer.h"
+#include "output/read/kvl_reader.h"
+#include "output/read/kvl_validator.h"
 
 namespace {
 

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "settings/config_store.h"
+#include "export/settings_file.h"
 #include "settings/export_settings.h"
 
 namespace {
@@ -37,7 +38,7 @@ void FillSettings(const std::string& text) {
   std::fclose(file);
   kvl::ConfigStore store("=", false);
   kvl::ExportSettings settings;
-  settings.Load("scene.kvl", store);
+  kvl::LoadSettingsFile(settings, "scene.kvl", store);
   if (settings.iniPath != "kvlexp.ini") std::abort();
 }
 

@@ -21,7 +21,7 @@
 #include "platform/text_escapes.h"
 #include "host/memory_scene.h"
 #include "host/message_box.h"
-#include "settings/dialog_template.h"
+#include "dialogs/dialog_template.h"
 #include "sources/scene_source.h"
 
 namespace kvl::cli {

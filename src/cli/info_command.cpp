@@ -11,7 +11,7 @@
 #include "host/memory_objects.h"
 #include "host/memory_scene.h"
 #include "host/object.h"
-#include "output/kvl_validator.h"
+#include "output/read/kvl_validator.h"
 #include "platform/text_escapes.h"
 #include "sources/scene_source.h"
 

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "cli/exit_codes.h"
-#include "cli/inspect_summary.h"
-#include "output/kvl_reader.h"
+#include "output/read/kvl_summary.h"
+#include "output/read/kvl_reader.h"
 #include "platform/text_escapes.h"
 
 namespace kvl::cli {

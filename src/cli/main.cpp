@@ -9,6 +9,8 @@
 #include <cstring>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <functional>
 #include <iostream>
 #include <optional>
@@ -24,6 +26,7 @@
 #include "cli/preview_command.h"
 #include "cli/validate_command.h"
 #include "host/host_files.h"
+#include "platform/replacing_file.h"
 #include "settings/export_settings.h"
 #include "ui/fltk_display.h"
 #include "ui/fltk_toolkit.h"
@@ -158,22 +161,20 @@ kvl::cli::SupervisedRun ExportRun(const kvl::cli::ExportRequest& request) {
 // `kvlexp settings`: the settings file as an export would save it after OK,
 // so that a build can put one beside its outputs that no export rewrites.
 int WriteSettingsFile(const std::string& path, const std::string& from) {
-  kvl::ExportSettings settings;
-  kvl::ConfigStore store("=", false);
-  if (!from.empty()) {
-    const std::string why = NotAFile(from);
-    if (!why.empty() || !settings.ReadFile(from, store)) {
-      const std::string reason = why.empty() ? std::string("cannot read the settings file: ") + std::strerror(errno) : why;
-      std::cerr << "kvlexp: " << from << ": " << reason << "\n";
-      return kvl::cli::EXIT_FAILED;
-    }
-  } else if (NotAFile(path).empty()) {
-    settings.ReadFile(path, store);  // missing: the defaults
+  const std::string source = from.empty() ? path : from;
+  std::string why = NotAFile(source);
+  std::ifstream in(source, std::ios::binary);
+  if (!from.empty() && why.empty() && !in) why = std::string("cannot read the settings file: ") + std::strerror(errno);
+  if (!why.empty()) {
+    std::cerr << "kvlexp: " << source << ": " << why << "\n";
+    return kvl::cli::EXIT_FAILED;
   }
+  kvl::ConfigStore store("=", false);
+  const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  store.Parse(text.c_str());  // no file at FILE itself: the defaults
+  kvl::ExportSettings settings;
   settings.TakeValues(store);
-  settings.iniPath = path;
-  std::string why;
-  if (!settings.Save(&why)) {
+  if (!kvl::ReplaceFileText(path, settings.FileText(), &why)) {
     std::cerr << "kvlexp: " << path << ": cannot write the settings file: " << why << "\n";
     return kvl::cli::EXIT_FAILED;
   }

@@ -7,8 +7,8 @@
 
 #include "cli/exit_codes.h"
 #include "cli/preview_page.h"
-#include "output/kvl_reader.h"
-#include "output/kvl_validator.h"
+#include "output/read/kvl_reader.h"
+#include "output/read/kvl_validator.h"
 #include "platform/replacing_file.h"
 
 namespace kvl::cli {

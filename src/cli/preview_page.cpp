@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/preview_assets.h"
-#include "output/kvl_validator.h"
+#include "output/read/kvl_validator.h"
 #include "platform/text_escapes.h"
 
 namespace kvl::cli {

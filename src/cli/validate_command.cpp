@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "cli/exit_codes.h"
-#include "output/kvl_validator.h"
+#include "output/read/kvl_validator.h"
 
 namespace kvl::cli {
 namespace {

@@ -3,15 +3,16 @@
 #include <chrono>
 #include <clocale>
 
+#include "dialogs/dialog_toolkit.h"
+#include "dialogs/log_dialog.h"
+#include "dialogs/options_dialog.h"
 #include "export/kvl_exp.h"
+#include "export/settings_file.h"
 #include "host/host_files.h"
 #include "host/interface.h"
 #include "optimize/optimize.h"
-#include "optimize/split_meshes.h"
-#include "output/scene_writer.h"
-#include "host/dialog_toolkit.h"
-#include "settings/log_dialog.h"
-#include "settings/options_dialog.h"
+#include "output/write/scene_writer.h"
+#include "split/split_meshes.h"
 
 namespace kvl {
 namespace {
@@ -116,13 +117,13 @@ int KVLExp::DoExport(const char* name, host::ExpInterface* ei, host::Interface* 
 }
 
 bool KVLExp::ConfirmSettings(const std::string& name) {
-  table_.settings.Load(name, settingsStore_);
+  LoadSettingsFile(table_.settings, name, settingsStore_);
   auto dialog = std::make_unique<OptionsDialog>(table_.settings, nullptr);
   if (dialog->DoModal() != IDOK) return false;
   dialog->StoreSettings(table_.settings);
   // Saved before any scene work, so what the user confirmed is on disk even
   // if the export goes wrong later.
-  table_.settings.Save();
+  SaveSettingsFile(table_.settings);
   return true;
 }
 

@@ -10,7 +10,7 @@
 #include "host/plugin_bases.h"
 #include "scene/node_table.h"
 #include "settings/config_store.h"
-#include "settings/export_log.h"
+#include "log/export_log.h"
 
 namespace kvl {
 

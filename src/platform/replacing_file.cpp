@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <functional>
 
 #include "platform/temporary_files.h"
@@ -124,6 +126,19 @@ bool ReplacingFile::Commit(std::string* error, const std::function<std::string(c
   }
   if (!ok) SetError(error, Reason(code));
   return ok;
+}
+
+bool ReplaceFileText(const std::string& path, const std::string& text, std::string* error) {
+  std::error_code ec;
+  if (std::filesystem::is_regular_file(path, ec)) {
+    std::ifstream in(path, std::ios::binary);
+    const std::string existing{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    if (existing == text) return true;
+  }
+  std::unique_ptr<ReplacingFile> file = ReplacingFile::Open(path, "wb", error);
+  if (!file) return false;
+  std::fwrite(text.data(), 1, text.size(), file->get());
+  return file->Commit(error);
 }
 
 }  // namespace kvl

@@ -46,4 +46,10 @@ class ReplacingFile {
   std::string temporary_;  // empty when writing in place
 };
 
+// Puts `text` at `path` through a ReplacingFile, unless the regular file
+// there already holds exactly `text`: that one is left untouched, its time
+// included, so that a build that lists it as an input sees no change. False,
+// with `error`, if it could not be written.
+bool ReplaceFileText(const std::string& path, const std::string& text, std::string* error = nullptr);
+
 }  // namespace kvl

@@ -1,24 +1,9 @@
 #include "settings/export_settings.h"
 
 #include <cstdio>
-#include <filesystem>
-#include <memory>
-#include <vector>
-
-#include "host/host_files.h"
-#include "platform/replacing_file.h"
 
 namespace kvl {
 namespace {
-
-// The whole file as text; the store does the rest.
-std::string ReadAll(std::FILE* file) {
-  std::string text;
-  char buffer[4096];
-  size_t n;
-  while ((n = std::fread(buffer, 1, sizeof buffer, file)) > 0) text.append(buffer, n);
-  return text;
-}
 
 bool ReadBool(ConfigStore& store, const char* key, bool fallback) {
   // Only the number 1 is true: "2" or "yes" switch a setting off.
@@ -35,29 +20,6 @@ std::string SettingsPathBeside(const std::string& outputPath) {
   const size_t slash = outputPath.find_last_of('\\');
   const std::string folder = slash == std::string::npos ? "" : outputPath.substr(0, slash + 1);
   return folder + "kvlexp.ini";
-}
-
-bool ExportSettings::ReadFile(const std::string& path, ConfigStore& store) {
-  std::FILE* file = host::HostFopen(path, "r");
-  if (!file) return false;
-  iniPath = path;
-  store.Parse(ReadAll(file).c_str());
-  std::fclose(file);
-  fileLines = store.TextLines();
-  return true;
-}
-
-void ExportSettings::Load(const std::string& outputPath, ConfigStore& store) {
-  std::vector<std::string> candidates = {SettingsPathBeside(outputPath)};
-  for (const char* path : SETTINGS_FIXED_PATHS) candidates.emplace_back(path);
-
-  fileLines.clear();
-  // Not found anywhere: the file will be created next to the output.
-  iniPath = candidates.front();
-  for (const std::string& path : candidates) {
-    if (ReadFile(path, store)) break;
-  }
-  TakeValues(store);
 }
 
 void ExportSettings::TakeValues(ConfigStore& store) {
@@ -107,27 +69,6 @@ std::string ExportSettings::FileText() const {
   add("rottolerance", "%s = %f\n", static_cast<double>(rottolerance));
   add("scaletolerance", "%s = %f\n", static_cast<double>(scaletolerance));
   return text;
-}
-
-bool ExportSettings::Save(std::string* why) const {
-  const std::string text = FileText();
-  // A file that already says exactly this is left untouched, its time
-  // included: a build that lists the settings file as an input of every
-  // export in a folder must not see it change when nothing did.
-  const std::string path = host::HostPath(iniPath);
-  std::error_code ec;
-  if (std::filesystem::is_regular_file(path, ec)) {
-    if (std::FILE* existing = std::fopen(path.c_str(), "rb")) {
-      const bool same = ReadAll(existing) == text;
-      std::fclose(existing);
-      if (same) return true;
-    }
-  }
-  // The old settings stay whole until the new file is complete.
-  std::unique_ptr<ReplacingFile> replacing = ReplacingFile::Open(path, "w", why);
-  if (!replacing) return false;
-  std::fwrite(text.data(), 1, text.size(), replacing->get());
-  return replacing->Commit(why);
 }
 
 }  // namespace kvl

@@ -26,26 +26,18 @@ struct ExportSettings {
   bool removescaling = true;
   bool exportanims = true;
   bool exportmorph = true;
-  std::string iniPath;  // where the settings file was found, or will be created
+  std::string iniPath;  // where the settings file was found, or will be created (a host path)
   // Per setting read from that file, the line it stands on (from 1), so that
   // a value refused later can be pointed at.
   std::map<std::string, int> fileLines;
   bool outputlog = false;
   bool displaylog = true;
 
-  // Finds the settings file for an export to `outputPath`, parses it into
-  // `store` and fills the record; keys that are missing keep their defaults.
-  void Load(const std::string& outputPath, ConfigStore& store);
-  // Parses the settings file at `path` into `store` and makes it `iniPath`;
-  // false if there is no file to read there.
-  bool ReadFile(const std::string& path, ConfigStore& store);
-  // Fills the record from `store`; keys that are missing keep their defaults.
+  // Fills the record from a parsed settings file; keys that are missing
+  // keep their defaults.
   void TakeValues(ConfigStore& store);
   // Every setting as the settings file holds it.
   std::string FileText() const;
-  // Replaces the file at `iniPath` with every setting; false, with `why`,
-  // if it cannot (the export goes on without it).
-  bool Save(std::string* why = nullptr) const;
 };
 
 // The places the settings file is looked for, in order: next to the output

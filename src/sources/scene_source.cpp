@@ -4,7 +4,8 @@
 #include <cctype>
 #include <filesystem>
 
-#include "sources/assimp_import.h"
+#include "sources/assimp/assimp_import.h"
+#include "sources/json/json_scene.h"
 
 namespace kvl::sources {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "anim/transform_sampling.h"
-#include "anim/vertex_animation.h"
+#include "translate/transform_sampling.h"
+#include "translate/vertex_animation.h"
 #include "export/kvl_exp.h"
 #include "host/mesh.h"
 #include "scene/vertex_list.h"

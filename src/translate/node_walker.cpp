@@ -3,8 +3,8 @@
 // is also the order of the file: a node's children come before its object.
 #include <optional>
 
-#include "anim/sample_reduction.h"
-#include "anim/transform_sampling.h"
+#include "translate/sample_reduction.h"
+#include "translate/transform_sampling.h"
 #include "export/kvl_exp.h"
 #include "translate/coordinates.h"
 #include "translate/node_visit.h"

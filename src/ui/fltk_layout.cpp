@@ -7,7 +7,7 @@
 #include <cmath>
 #include <string>
 
-#include "settings/dialog_template.h"
+#include "dialogs/dialog_template.h"
 
 namespace kvl::ui {
 

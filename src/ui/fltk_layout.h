@@ -4,7 +4,7 @@
 // every text fitting its control as it did with the template's own font.
 #pragma once
 
-#include "settings/dialog_template.h"
+#include "dialogs/dialog_template.h"
 
 namespace kvl::ui {
 

@@ -16,9 +16,9 @@
 #include <string>
 #include <string_view>
 
-#include "settings/dialog_template.h"
-#include "settings/log_dialog.h"
-#include "settings/options_dialog.h"
+#include "dialogs/dialog_template.h"
+#include "dialogs/log_dialog.h"
+#include "dialogs/options_dialog.h"
 #include "ui/fltk_layout.h"
 
 namespace kvl::ui {

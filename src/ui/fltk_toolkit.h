@@ -6,7 +6,7 @@
 #include <functional>
 #include <map>
 
-#include "host/dialog_toolkit.h"
+#include "dialogs/dialog_toolkit.h"
 
 class Fl_Double_Window;
 class Fl_Widget;

@@ -4,9 +4,9 @@
 #include <ostream>
 
 #include "platform/text_escapes.h"
-#include "settings/dialog_template.h"
-#include "settings/log_dialog.h"
-#include "settings/options_dialog.h"
+#include "dialogs/dialog_template.h"
+#include "dialogs/log_dialog.h"
+#include "dialogs/options_dialog.h"
 
 namespace kvl::ui {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "host/dialog_toolkit.h"
+#include "dialogs/dialog_toolkit.h"
 
 namespace kvl::ui {
 

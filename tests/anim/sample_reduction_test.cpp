@@ -1,7 +1,7 @@
 // Trimming and key reduction over sample lists no scene gives exactly: drifts
 // a hair under the tolerance, q against -q, tolerances that only the settings
 // file can set. Whole animated nodes are cases (anim-*).
-#include "anim/sample_reduction.h"
+#include "translate/sample_reduction.h"
 
 #include <gtest/gtest.h>
 

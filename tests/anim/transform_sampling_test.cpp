@@ -1,6 +1,6 @@
 // The sample grid's arithmetic at its edges, and the tolerance that decides
 // whether a node moves at all; whole sampled nodes are cases (anim-*).
-#include "anim/transform_sampling.h"
+#include "translate/transform_sampling.h"
 
 #include <gtest/gtest.h>
 

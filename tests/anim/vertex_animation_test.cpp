@@ -1,7 +1,7 @@
 // Vertex animation: no export setting switches it on, so it is run here on
 // the deforming cube of tests/scenes/anim_morph.json and on host meshes that
 // fail part of the way.
-#include "anim/vertex_animation.h"
+#include "translate/vertex_animation.h"
 
 #include <gtest/gtest.h>
 
@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "host/memory_objects.h"
-#include "output/chunk.h"
-#include "output/chunk_encoders.h"
-#include "sources/json_scene.h"
+#include "output/write/chunk.h"
+#include "output/write/chunk_encoders.h"
+#include "sources/json/json_scene.h"
 
 namespace kvl {
 namespace {

@@ -30,10 +30,10 @@
 
 #include <gtest/gtest.h>
 
-#include "output/binary_writer.h"
-#include "output/kvl_reader.h"
+#include "output/write/binary_writer.h"
+#include "output/read/kvl_reader.h"
 #include "kvl_compare.h"
-#include "output/kvl_validator.h"
+#include "output/read/kvl_validator.h"
 
 namespace kvl {
 namespace {

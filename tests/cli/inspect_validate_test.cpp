@@ -16,11 +16,11 @@
 
 #include "cli/exit_codes.h"
 #include "cli/export_command.h"
-#include "cli/inspect_summary.h"
+#include "output/read/kvl_summary.h"
 #include "export_harness.h"
-#include "output/binary_writer.h"
-#include "output/kvl_reader.h"
-#include "output/kvl_validator.h"
+#include "output/write/binary_writer.h"
+#include "output/read/kvl_reader.h"
+#include "output/read/kvl_validator.h"
 #include "working_folder.h"
 
 namespace kvl {

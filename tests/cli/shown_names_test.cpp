@@ -15,9 +15,9 @@
 #include <string>
 #include <vector>
 
-#include "output/binary_writer.h"
-#include "output/chunk.h"
-#include "output/kvl_reader.h"
+#include "output/write/binary_writer.h"
+#include "output/write/chunk.h"
+#include "output/read/kvl_reader.h"
 #include "platform/text_escapes.h"
 #include "run_command.h"
 #include "working_folder.h"

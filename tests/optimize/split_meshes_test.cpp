@@ -2,8 +2,8 @@
 
 #include <random>
 
-#include "optimize/split_meshes.h"
-#include "output/binary_writer.h"
+#include "split/split_meshes.h"
+#include "output/write/binary_writer.h"
 
 namespace kvl {
 namespace {

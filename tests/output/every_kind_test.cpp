@@ -19,9 +19,9 @@
 #include <gtest/gtest.h>
 
 #include "kvl_compare.h"
-#include "output/ascii_dump_writer.h"
-#include "output/binary_writer.h"
-#include "output/kvl_reader.h"
+#include "output/write/ascii_dump_writer.h"
+#include "output/write/binary_writer.h"
+#include "output/read/kvl_reader.h"
 
 namespace kvl {
 namespace {

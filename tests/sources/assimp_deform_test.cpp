@@ -23,7 +23,7 @@
 #include <string>
 #include <vector>
 
-#include "output/kvl_reader.h"
+#include "output/read/kvl_reader.h"
 #include "working_folder.h"
 
 namespace kvl {

@@ -11,9 +11,9 @@
 #include <assimp/scene.h>
 
 #include "host/memory_scene.h"
-#include "sources/assimp_axes.h"
-#include "sources/assimp_validation.h"
-#include "sources/assimp_smoothing.h"
+#include "sources/assimp/assimp_axes.h"
+#include "sources/assimp/assimp_validation.h"
+#include "sources/assimp/assimp_smoothing.h"
 
 namespace kvl::sources {
 namespace {

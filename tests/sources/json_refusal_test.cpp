@@ -9,7 +9,7 @@
 #include <sstream>
 #include <string>
 
-#include "sources/json_scene.h"
+#include "sources/json/json_scene.h"
 
 namespace kvl::sources {
 namespace {

@@ -16,8 +16,8 @@
 #include "export/kvl_exp.h"
 #include "host/host_files.h"
 #include "host/memory_scene.h"
-#include "host/dialog_toolkit.h"
-#include "sources/json_scene.h"
+#include "dialogs/dialog_toolkit.h"
+#include "sources/json/json_scene.h"
 #include "ui/headless_toolkit.h"
 
 namespace kvl::testing {

@@ -8,8 +8,8 @@
 #include <sstream>
 #include <string>
 
-#include "output/binary_writer.h"
-#include "output/kvl_reader.h"
+#include "output/write/binary_writer.h"
+#include "output/read/kvl_reader.h"
 
 namespace kvl::testing {
 

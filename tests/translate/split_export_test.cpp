@@ -7,7 +7,7 @@
 
 #include "export_harness.h"
 #include "grid_scene.h"
-#include "output/kvl_reader.h"
+#include "output/read/kvl_reader.h"
 
 namespace kvl {
 namespace {

@@ -13,10 +13,10 @@
 #include <iostream>
 #include <string>
 
-#include "settings/dialog_template.h"
+#include "dialogs/dialog_template.h"
 #include "settings/export_settings.h"
-#include "settings/log_dialog.h"
-#include "settings/options_dialog.h"
+#include "dialogs/log_dialog.h"
+#include "dialogs/options_dialog.h"
 #include "ui/fltk_display.h"
 #include "ui/fltk_toolkit.h"
 
