@@ -42,12 +42,6 @@ class PhaseClock {
 
 }  // namespace
 
-uint32_t KVLExp::IdForHandle(uint32_t handle) {
-  auto [it, inserted] = hostNodeIds_.try_emplace(handle, 0);
-  if (inserted) it->second = AllocateId();
-  return it->second;
-}
-
 int KVLExp::DoExport(const char* name, host::ExpInterface* ei, host::Interface* i,
                      bool /*suppressPrompts*/, uint32_t options) {
   // Every number read or written from here on uses a dot as decimal point.
@@ -57,11 +51,11 @@ int KVLExp::DoExport(const char* name, host::ExpInterface* ei, host::Interface* 
   host::Interface* core = host::GetCOREInterface();
   // The bar stands from here on, also while the options dialog is open.
   if (core) core->ProgressStart("Starting export...", true, NoProgressWork, nullptr);
-  nextNodeId_ = 0;
+  translation_.nextNodeId = 0;
   host::ExpInterface noPreferences;
   host::ExpInterface& hostSide = ei ? *ei : noPreferences;
-  splitMeshes_ = hostSide.SplitOversizedMeshes();
-  vertexAnimation_ = (options & host::SCENE_EXPORT_VERTEX_ANIMATION) != 0;
+  translation_.splitMeshes = hostSide.SplitOversizedMeshes();
+  translation_.vertexAnimation = (options & host::SCENE_EXPORT_VERTEX_ANIMATION) != 0;
 
   if (!ConfirmSettings(name)) {
     // Cancel: no log, no output, and the settings file as it was.
@@ -72,15 +66,15 @@ int KVLExp::DoExport(const char* name, host::ExpInterface* ei, host::Interface* 
   log_.progress = 0;
   log_.Log("Initializing export");
   const host::Interval range = i->GetAnimRange();
-  animStart_ = range.Start();
-  animEnd_ = range.End();
-  ticksPerFrame_ = i->GetTicksPerFrame();
+  translation_.animStart = range.Start();
+  translation_.animEnd = range.End();
+  translation_.ticksPerFrame = i->GetTicksPerFrame();
   host::INode* hostRoot = i->GetRootNode();
 
   log_.progress = 5;
   log_.Log("Creating sceneroot");
   GroupNode& sceneRoot = CreateSceneRoot();
-  rootNode_ = &sceneRoot;
+  translation_.rootNode = &sceneRoot;
 
   log_.progress = 10;
   log_.Log("Parsing nodes");
@@ -96,10 +90,10 @@ int KVLExp::DoExport(const char* name, host::ExpInterface* ei, host::Interface* 
   log_.progress = 60;
   if (table_.settings.optimize) {
     log_.Log("Optimizing output");
-    Optimize(table_, *rootNode_);
+    Optimize(table_, *translation_.rootNode);
   }
   clock.Lap("optimise");
-  if (splitMeshes_) SplitMeshes();
+  if (translation_.splitMeshes) SplitMeshes();
   clock.Lap("split");
 
   log_.progress = 90;
@@ -136,7 +130,7 @@ GroupNode& KVLExp::CreateSceneRoot() {
   GroupNode& ref = *root;
   table_.Insert(std::move(root));
   // No host node owns handle 0, so it can stand for the root group.
-  hostNodeIds_[0] = ref.id;
+  translation_.hostNodeIds[0] = ref.id;
   return ref;
 }
 

@@ -9,12 +9,11 @@
 #include "host/inode.h"
 #include "host/plugin_bases.h"
 #include "scene/node_table.h"
-#include "settings/config_store.h"
 #include "log/export_log.h"
+#include "settings/config_store.h"
+#include "translate/translation.h"
 
 namespace kvl {
-
-struct NodeVisit;
 
 class KVLExp : public host::SceneExport {
  public:
@@ -39,14 +38,17 @@ class KVLExp : public host::SceneExport {
   int DoExport(const char* name, host::ExpInterface* ei, host::Interface* i, bool suppressPrompts = false,
                uint32_t options = 0) override;
 
-  // Id sources. Ids count up from 0 and are never reused within an export;
-  // a host node keeps the id it was first given.
-  uint32_t AllocateId() { return nextNodeId_++; }
-  uint32_t IdForHandle(uint32_t handle);
-
-  // Walks one host node and everything below it, hanging what it makes
-  // under `parent` (a group-like node).
-  void ParseNode(host::INode* node, GroupNode& parent);
+  // The translation's steps that other parts of the exporter call; the work
+  // is done by the plain functions of translate/ on this export's
+  // Translation.
+  uint32_t AllocateId() { return translation_.AllocateId(); }
+  uint32_t IdForHandle(uint32_t handle) { return translation_.IdForHandle(handle); }
+  void ParseNode(host::INode* node, GroupNode& parent) { kvl::ParseNode(translation_, node, parent); }
+  GeometryNode& MakeGeometryNode(NodeVisit& visit) { return kvl::MakeGeometryNode(translation_, visit); }
+  void ExtractMesh(host::INode* node, host::Mesh& mesh, MeshNode& meshNode, bool useTriangleInfo, bool morph) {
+    kvl::ExtractMesh(translation_, node, mesh, meshNode, useTriangleInfo, morph);
+  }
+  uint32_t MaterialNodeId(host::StdMat2& material) { return kvl::MaterialNodeId(translation_, material); }
 
   // Lookups by name over the table in ascending id order; null if none.
   SceneNode* FindHelperByName(const std::string& name) const;
@@ -61,7 +63,7 @@ class KVLExp : public host::SceneExport {
 
   const NodeTable& Table() const { return table_; }
   NodeTable& Table() { return table_; }
-  GroupNode* RootNode() const { return rootNode_; }
+  GroupNode* RootNode() const { return translation_.rootNode; }
   ExportLog& Log() { return log_; }
 
  private:
@@ -70,41 +72,16 @@ class KVLExp : public host::SceneExport {
   GroupNode& CreateSceneRoot();
   void ParseTopLevelNodes(host::INode* hostRoot, GroupNode& sceneRoot);
 
-  // The walk's steps for one host node, in the order ParseNode runs them.
-  void MakeAnimationGroup(NodeVisit& visit);
-  void MakeGroupIfWanted(NodeVisit& visit);
-  void TranslateObject(NodeVisit& visit, host::Object& object);
-  GeometryNode& MakeGeometryNode(NodeVisit& visit);
-  void TranslateGeometry(NodeVisit& visit, host::Object& object);
-  void TranslateCamera(NodeVisit& visit, host::CameraObject& camera);
-  void MakeParticleSystem(NodeVisit& visit);
-  // Fills the mesh node's submeshes from the host mesh, with its buffers,
-  // materials and textures; the triangle layout keeps per-corner data in
-  // triangle info buffers, the vertex layout in the vertices.
-  void ExtractMesh(host::INode* node, host::Mesh& mesh, MeshNode& meshNode, bool useTriangleInfo, bool morph);
-  // The id of the material node of a host material, made with its textures
-  // on first use; one node per host material however many meshes use it.
-  uint32_t MaterialNodeId(host::StdMat2& material);
-  uint32_t TranslateMaterial(host::StdMat2& material);
-  void MakeAttributeNodes(ConfigStore& properties, uint32_t ownerId);
   void FinishLog();
   // Splits the meshes the file cannot hold whole, with a log line each.
   void SplitMeshes();
   void ReportCounts(host::ExpInterface& host) const;
   void WriteOutput(const std::string& name, host::ExpInterface& host);
 
-  uint32_t nextNodeId_ = 0;
-  std::map<uint32_t, uint32_t> hostNodeIds_;  // host handle -> node id
-  std::map<const void*, uint32_t> materialIds_;  // host material -> node id
-  host::TimeValue animStart_ = 0;
-  host::TimeValue animEnd_ = 0;
-  host::TimeValue ticksPerFrame_ = 0;
   NodeTable table_;
   ConfigStore settingsStore_{"=", false};
   ExportLog log_;
-  bool splitMeshes_ = true;  // the host's preference for this run
-  bool vertexAnimation_ = false;  // deforming meshes as vertex animation (DoExport's options)
-  GroupNode* rootNode_ = nullptr;  // owned by the table; the sceneroot node may replace it
+  Translation translation_{table_, log_};  // after the table and the log it refers to
 };
 
 }  // namespace kvl

@@ -5,7 +5,7 @@
 #include <cctype>
 #include <memory>
 
-#include "export/kvl_exp.h"
+#include "translate/translation.h"
 #include "host/material.h"
 
 namespace kvl {
@@ -30,22 +30,22 @@ constexpr BlendCodes kOpaqueBlend = {2, 1};
 
 // The map of a slot that is switched on, as a texture node; the field keeps
 // NODE_ID_NONE when the slot has none.
-void TranslateTextureSlot(KVLExp& exporter, host::StdMat2& material, int slot, uint32_t& textureId) {
+void TranslateTextureSlot(Translation& t, host::StdMat2& material, int slot, uint32_t& textureId) {
   if (material.GetMapState(slot) != 2) return;
   auto* bitmap = dynamic_cast<host::BitmapTex*>(material.GetSubTexmap(slot));
   if (!bitmap) {
     // Only bitmaps have a file the engine could load.
-    exporter.Log().Log(std::string("material \"") + material.GetName() + "\": the map in slot " +
+    t.log.Log(std::string("material \"") + material.GetName() + "\": the map in slot " +
                            std::to_string(slot) + " is not a bitmap and is left out",
                        LOG_WARNING);
     return;
   }
   auto texture = std::make_unique<TextureNode>();
-  texture->id = exporter.AllocateId();
+  texture->id = t.AllocateId();
   const char* mapName = bitmap->GetMapName();
   texture->fileName = TextureFileName(mapName ? mapName : "");
   textureId = texture->id;
-  exporter.Table().Insert(std::move(texture));
+  t.table.Insert(std::move(texture));
 }
 
 }  // namespace
@@ -81,16 +81,16 @@ std::string TextureFileName(const std::string& mapName) {
   return name;
 }
 
-uint32_t KVLExp::MaterialNodeId(host::StdMat2& material) {
-  auto found = materialIds_.find(static_cast<host::Mtl*>(&material));
-  if (found != materialIds_.end()) return found->second;
-  return TranslateMaterial(material);
+uint32_t MaterialNodeId(Translation& t, host::StdMat2& material) {
+  auto found = t.materialIds.find(static_cast<host::Mtl*>(&material));
+  if (found != t.materialIds.end()) return found->second;
+  return TranslateMaterial(t, material);
 }
 
-uint32_t KVLExp::TranslateMaterial(host::StdMat2& material) {
+uint32_t TranslateMaterial(Translation& t, host::StdMat2& material) {
   auto node = std::make_unique<MaterialNode>();
-  node->id = AllocateId();
-  materialIds_[static_cast<host::Mtl*>(&material)] = node->id;
+  node->id = t.AllocateId();
+  t.materialIds[static_cast<host::Mtl*>(&material)] = node->id;
 
   const float o = material.GetOpacity(0);
   node->opacity = o <= 0.0f ? 0.0f : (o >= 1.0f ? 1.0f : o);
@@ -122,11 +122,11 @@ uint32_t KVLExp::TranslateMaterial(host::StdMat2& material) {
 
   node->diffuseTextureId = NODE_ID_NONE;
   node->envTextureId = NODE_ID_NONE;
-  TranslateTextureSlot(*this, material, host::ID_DI, node->diffuseTextureId);
-  TranslateTextureSlot(*this, material, host::ID_RL, node->envTextureId);
+  TranslateTextureSlot(t, material, host::ID_DI, node->diffuseTextureId);
+  TranslateTextureSlot(t, material, host::ID_RL, node->envTextureId);
 
   const uint32_t id = node->id;
-  table_.Insert(std::move(node));
+  t.table.Insert(std::move(node));
   return id;
 }
 

@@ -8,7 +8,7 @@
 
 #include "translate/transform_sampling.h"
 #include "translate/vertex_animation.h"
-#include "export/kvl_exp.h"
+#include "translate/translation.h"
 #include "host/mesh.h"
 #include "scene/vertex_list.h"
 #include "translate/coordinates.h"
@@ -202,15 +202,15 @@ void WarnAboutFileLimits(ExportLog& log, const NodeTable& table, const MeshNode&
 
 }  // namespace
 
-void KVLExp::ExtractMesh(host::INode* node, host::Mesh& mesh, MeshNode& meshNode, bool useTriangleInfo,
+void ExtractMesh(Translation& t, host::INode* node, host::Mesh& mesh, MeshNode& meshNode, bool useTriangleInfo,
                          bool morph) {
   const int faceCount = mesh.getNumFaces();
   mesh.buildNormals();
-  Extraction x(mesh, MeshBakeMatrix(node, table_.settings), table_.settings.scale);
+  Extraction x(mesh, MeshBakeMatrix(node, t.table.settings), t.table.settings.scale);
   host::Mtl* nodeMaterial = node->GetMtl();
 
   auto buffer = std::make_unique<VertexBufferNode>();
-  buffer->id = AllocateId();
+  buffer->id = t.AllocateId();
   buffer->lists.emplace_back();
   if (!useTriangleInfo) {
     x.vertexFlags = VERTEX_NORMAL;
@@ -223,7 +223,7 @@ void KVLExp::ExtractMesh(host::INode* node, host::Mesh& mesh, MeshNode& meshNode
   // At least one vertex per host vertex in any real mesh: grow once.
   list.vertices.reserve(mesh.verts.size());
   // Corners keep a colour when nothing else would light the mesh.
-  x.bakeColor = !table_.settings.exportlights && !x.color.present;
+  x.bakeColor = !t.table.settings.exportlights && !x.color.present;
 
   // All groups share the one list, so a vertex of two materials is one vertex.
   VertexPlacer placer(list);
@@ -237,17 +237,17 @@ void KVLExp::ExtractMesh(host::INode* node, host::Mesh& mesh, MeshNode& meshNode
       const std::string what = group.material ? std::string("material \"") + group.material->GetName() + "\"" +
                                                     slot + " is not a standard material"
                                               : "sub-material slot " + std::to_string(group.slot) + " is empty";
-      log_.Log(meshNode.name + ": " + what + "; its " + std::to_string(group.faces.size()) +
+      t.log.Log(meshNode.name + ": " + what + "; its " + std::to_string(group.faces.size()) +
                    " faces are left out",
                LOG_WARNING);
       continue;
     }
     auto faceList = std::make_unique<FaceListNode>();
-    faceList->id = AllocateId();
+    faceList->id = t.AllocateId();
     auto triangles = std::make_unique<TriangleInfoBufferNode>();
-    triangles->id = AllocateId();
+    triangles->id = t.AllocateId();
 
-    const auto& materialNode = As<MaterialNode>(*table_.Find(MaterialNodeId(*material)));
+    const auto& materialNode = As<MaterialNode>(*t.table.Find(MaterialNodeId(t, *material)));
     const GroupMaterial corners{materialNode.diffuse, materialNode.opacity};
     if (useTriangleInfo) {
       if (x.texture.present) triangles->flags |= TRIANGLE_UVS;
@@ -277,22 +277,22 @@ void KVLExp::ExtractMesh(host::INode* node, host::Mesh& mesh, MeshNode& meshNode
     submesh.primitiveType = 1;
     meshNode.submeshes.push_back(submesh);
 
-    table_.Insert(std::move(faceList));
+    t.table.Insert(std::move(faceList));
     // An unwanted triangle info buffer is dropped; its id stays used.
-    if (hasTriangleInfo) table_.Insert(std::move(triangles));
+    if (hasTriangleInfo) t.table.Insert(std::move(triangles));
   }
 
   NormalizeNormals(list);
   // Vertex animation rebuilds the buffer as one list per frame of the grid.
   if (morph) {
     AnimateVertices(node, *buffer, x.bakeMatrix,
-                    MakeSampleGrid(animStart_, animEnd_, ticksPerFrame_, table_.settings.samplerate),
-                    table_.settings, log_);
+                    MakeSampleGrid(t.animStart, t.animEnd, t.ticksPerFrame, t.table.settings.samplerate),
+                    t.table.settings, t.log);
   }
-  table_.Insert(std::move(buffer));
+  t.table.Insert(std::move(buffer));
   // Beyond the file's limits a mesh is split before it is written, unless
   // the host asked for the fields to be cut to 16 bits: then say so.
-  if (!splitMeshes_) WarnAboutFileLimits(log_, table_, meshNode);
+  if (!t.splitMeshes) WarnAboutFileLimits(t.log, t.table, meshNode);
 }
 
 }  // namespace kvl

@@ -5,19 +5,25 @@
 
 #include "translate/sample_reduction.h"
 #include "translate/transform_sampling.h"
-#include "export/kvl_exp.h"
+#include "translate/translation.h"
 #include "translate/coordinates.h"
 #include "translate/node_visit.h"
 
 namespace kvl {
 
-void KVLExp::ParseNode(host::INode* node, GroupNode& parent) {
+uint32_t Translation::IdForHandle(uint32_t handle) {
+  auto [it, inserted] = hostNodeIds.try_emplace(handle, 0);
+  if (inserted) it->second = AllocateId();
+  return it->second;
+}
+
+void ParseNode(Translation& t, host::INode* node, GroupNode& parent) {
   if (!node) return;
-  const ExportSettings& settings = table_.settings;
-  log_.Log(std::string("Exporting node ") + node->GetName());
+  const ExportSettings& settings = t.table.settings;
+  t.log.Log(std::string("Exporting node ") + node->GetName());
   if (node->IsHidden(0, false) && !settings.exporthidden) {
     // The whole subtree goes, whatever its members are.
-    log_.Log("(hidden node, discarded because of export options)");
+    t.log.Log("(hidden node, discarded because of export options)");
     return;
   }
 
@@ -30,22 +36,22 @@ void KVLExp::ParseNode(host::INode* node, GroupNode& parent) {
   // Scene data is read at tick 0, not at the start of the animation range.
   const host::ObjectState state = node->EvalWorldState(0, true);
 
-  if (node->GetTMController() && settings.exportanims) MakeAnimationGroup(visit);
-  MakeGroupIfWanted(visit);
+  if (node->GetTMController() && settings.exportanims) MakeAnimationGroup(t, visit);
+  MakeGroupIfWanted(t, visit);
 
   const int childCount = node->NumberOfChildren();
-  for (int k = 0; k < childCount; ++k) ParseNode(node->GetChildNode(k), *visit.parent);
+  for (int k = 0; k < childCount; ++k) ParseNode(t, node->GetChildNode(k), *visit.parent);
 
-  if (state.obj) TranslateObject(visit, *state.obj);
+  if (state.obj) TranslateObject(t, visit, *state.obj);
 
   if (visit.attributeOwner && propertyText.Length() > 0 && settings.exportnodeattributes) {
-    MakeAttributeNodes(visit.properties, visit.attributeOwner->id);
+    MakeAttributeNodes(t, visit.properties, visit.attributeOwner->id);
   }
 }
 
-void KVLExp::MakeAnimationGroup(NodeVisit& visit) {
-  const ExportSettings& settings = table_.settings;
-  const SampleGrid grid = MakeSampleGrid(animStart_, animEnd_, ticksPerFrame_, settings.samplerate);
+void MakeAnimationGroup(Translation& t, NodeVisit& visit) {
+  const ExportSettings& settings = t.table.settings;
+  const SampleGrid grid = MakeSampleGrid(t.animStart, t.animEnd, t.ticksPerFrame, settings.samplerate);
   std::optional<PRSSequence> sequence = SampleTransform(visit.node, grid, settings);
   // A controller alone does not make a node animated: it must really move.
   if (!sequence) return;
@@ -55,7 +61,7 @@ void KVLExp::MakeAnimationGroup(NodeVisit& visit) {
   // node's id and its transform at tick 0; channels that do not change are
   // taken from that transform.
   auto place = [&](GroupNode& group) {
-    group.id = IdForHandle(visit.node->GetHandle());
+    group.id = t.IdForHandle(visit.node->GetHandle());
     group.customType = CUSTOM_TYPE_GROUP;
     group.name = std::string("anim_") + visit.node->GetName();
     HangUnder(*visit.parent, group);
@@ -67,21 +73,21 @@ void KVLExp::MakeAnimationGroup(NodeVisit& visit) {
     group->keySequences.push_back(MakeKeySequence(*sequence, settings));
     place(*group);
     made = group.get();
-    table_.Insert(std::move(group));
+    t.table.Insert(std::move(group));
   } else {
     auto group = std::make_unique<PRSAnimationGroup>();
     group->sequences.push_back(std::move(*sequence));
     place(*group);
     made = group.get();
-    table_.Insert(std::move(group));
+    t.table.Insert(std::move(group));
   }
-  log_.Log("Node is animated, creating a PRSAnimationGroup");
+  t.log.Log("Node is animated, creating a PRSAnimationGroup");
   visit.parent = made;
   visit.attributeOwner = made;
   visit.wrapped = true;
 }
 
-void KVLExp::MakeGroupIfWanted(NodeVisit& visit) {
+void MakeGroupIfWanted(Translation& t, NodeVisit& visit) {
   host::INode* node = visit.node;
   const std::string name = node->GetName();
   const bool prefixed = HasPrefix(name, "GR_");
@@ -91,14 +97,14 @@ void KVLExp::MakeGroupIfWanted(NodeVisit& visit) {
   const bool wanted = prefixed || visit.isSceneRoot || (!animated && node->NumberOfChildren() > 0);
   if (!wanted) return;
 
-  log_.Log("Creating a group from the node");
+  t.log.Log("Creating a group from the node");
   auto group = std::make_unique<GroupNode>();
-  group->id = visit.wrapped ? AllocateId() : IdForHandle(node->GetHandle());
+  group->id = visit.wrapped ? t.AllocateId() : t.IdForHandle(node->GetHandle());
   group->name = prefixed ? name.substr(3) : "gr_" + name;
   HangUnder(*visit.parent, *group);
-  LocalTransform(node, 0, group->transform, table_.settings);
+  LocalTransform(node, 0, group->transform, t.table.settings);
   GroupNode& made = *group;
-  table_.Insert(std::move(group));
+  t.table.Insert(std::move(group));
   visit.parent = &made;
   visit.attributeOwner = &made;
   visit.wrapped = true;
@@ -106,20 +112,20 @@ void KVLExp::MakeGroupIfWanted(NodeVisit& visit) {
     // The new root keeps its place among its parent's children, but has no
     // parent in the file; the last one made wins.
     made.parentId = NODE_ID_NONE;
-    rootNode_ = &made;
+    t.rootNode = &made;
   }
 }
 
-void KVLExp::TranslateObject(NodeVisit& visit, host::Object& object) {
+void TranslateObject(Translation& t, NodeVisit& visit, host::Object& object) {
   switch (object.SuperClassID()) {
     case host::GEOMOBJECT_CLASS_ID:
-      TranslateGeometry(visit, object);
+      TranslateGeometry(t, visit, object);
       break;
     case host::CAMERA_CLASS_ID:
-      TranslateCamera(visit, static_cast<host::CameraObject&>(object));
+      TranslateCamera(t, visit, static_cast<host::CameraObject&>(object));
       break;
     case host::HELPER_CLASS_ID:
-      MakeParticleSystem(visit);
+      MakeParticleSystem(t, visit);
       break;
     default:
       // Lights, shapes and everything else have no translation of their own.

@@ -2,7 +2,7 @@
 // geometry objects and cameras.
 #include <cmath>
 
-#include "export/kvl_exp.h"
+#include "translate/translation.h"
 #include "translate/coordinates.h"
 #include "translate/node_visit.h"
 #include "translate/render_view.h"
@@ -26,31 +26,31 @@ void ApplyCameraCorrection(float q[4]) {
 
 }  // namespace
 
-GeometryNode& KVLExp::MakeGeometryNode(NodeVisit& visit) {
+GeometryNode& MakeGeometryNode(Translation& t, NodeVisit& visit) {
   auto geometry = std::make_unique<GeometryNode>();
-  geometry->id = visit.wrapped ? AllocateId() : IdForHandle(visit.node->GetHandle());
+  geometry->id = visit.wrapped ? t.AllocateId() : t.IdForHandle(visit.node->GetHandle());
   geometry->name = visit.node->GetName();
   HangUnder(*visit.parent, *geometry);
   // Inside a wrapper the wrapper carries the transform.
   if (visit.wrapped) {
     geometry->transform = PRSTransform::Identity();
   } else {
-    LocalTransform(visit.node, 0, geometry->transform, table_.settings);
+    LocalTransform(visit.node, 0, geometry->transform, t.table.settings);
   }
   GeometryNode& made = *geometry;
-  table_.Insert(std::move(geometry));
+  t.table.Insert(std::move(geometry));
   if (!visit.attributeOwner) visit.attributeOwner = &made;
   return made;
 }
 
-void KVLExp::TranslateGeometry(NodeVisit& visit, host::Object& object) {
+void TranslateGeometry(Translation& t, NodeVisit& visit, host::Object& object) {
   // Geometry without a material makes nothing at all.
   host::Mtl* material = visit.node->GetMtl();
   if (!material) return;
-  GeometryNode& geometry = MakeGeometryNode(visit);
+  GeometryNode& geometry = MakeGeometryNode(t, visit);
 
   auto mesh = std::make_unique<MeshNode>();
-  mesh->id = AllocateId();
+  mesh->id = t.AllocateId();
   mesh->parentId = geometry.id;
   mesh->name = std::string("mesh_") + visit.node->GetName();
   geometry.objects.push_back(mesh.get());
@@ -61,8 +61,8 @@ void KVLExp::TranslateGeometry(NodeVisit& visit, host::Object& object) {
   // rest pose, as it is before a skin or morph targets move it: a pose at
   // tick 0 would be one frame of an animation taken for the whole mesh.
   const bool animate =
-      vertexAnimation_ && host::ChangesWithin(object, host::Interval(animStart_, animEnd_));
-  host::Object* shape = vertexAnimation_ ? &object : object.FindBaseObject();
+      t.vertexAnimation && host::ChangesWithin(object, host::Interval(t.animStart, t.animEnd));
+  host::Object* shape = t.vertexAnimation ? &object : object.FindBaseObject();
   if (!shape) shape = &object;
   bool needDelete = false;
   host::Mesh* hostMesh = shape->GetRenderMesh(0, visit.node, ExporterRenderView(), needDelete);
@@ -74,30 +74,30 @@ void KVLExp::TranslateGeometry(NodeVisit& visit, host::Object& object) {
   }
   // The key is only used up here, so its line does not become an attribute.
   visit.properties.GetInt("morph", 0);
-  ExtractMesh(visit.node, *hostMesh, *mesh, useTriangleInfo, animate);
-  table_.Insert(std::move(mesh));
+  ExtractMesh(t, visit.node, *hostMesh, *mesh, useTriangleInfo, animate);
+  t.table.Insert(std::move(mesh));
   if (needDelete) delete hostMesh;
 }
 
-void KVLExp::TranslateCamera(NodeVisit& visit, host::CameraObject& object) {
+void TranslateCamera(Translation& t, NodeVisit& visit, host::CameraObject& object) {
   auto camera = std::make_unique<CameraNode>();
-  camera->id = visit.wrapped ? AllocateId() : IdForHandle(visit.node->GetHandle());
+  camera->id = visit.wrapped ? t.AllocateId() : t.IdForHandle(visit.node->GetHandle());
   camera->name = visit.node->GetName();
   HangUnder(*visit.parent, *camera);
   if (visit.wrapped) {
     camera->transform = PRSTransform::Identity();
   } else {
-    LocalTransform(visit.node, 0, camera->transform, table_.settings);
+    LocalTransform(visit.node, 0, camera->transform, t.table.settings);
   }
   if (!visit.attributeOwner) visit.attributeOwner = camera.get();
   ApplyCameraCorrection(camera->transform.rotation);
 
   host::Interval valid(0, 0);
   camera->fov = object.GetFOV(0, valid);
-  camera->nearClip = object.GetClipDist(0, host::CAM_HITHER_CLIP, valid) * table_.settings.scale;
-  camera->farClip = object.GetClipDist(0, host::CAM_YON_CLIP, valid) * table_.settings.scale;
+  camera->nearClip = object.GetClipDist(0, host::CAM_HITHER_CLIP, valid) * t.table.settings.scale;
+  camera->farClip = object.GetClipDist(0, host::CAM_YON_CLIP, valid) * t.table.settings.scale;
   camera->targetId = NODE_ID_NONE;
-  table_.Insert(std::move(camera));
+  t.table.Insert(std::move(camera));
 }
 
 }  // namespace kvl
