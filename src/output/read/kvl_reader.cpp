@@ -4,47 +4,25 @@
 #include <fstream>
 #include <iterator>
 
-#include "output/write/binary_writer.h"
+#include "output/write/chunk.h"
 #include "output/read/kvl_decoders.h"
+#include "scene/record_kinds.h"
 
 namespace kvl {
 namespace {
 
-// The version that the writer gives each chunk type; the vertex buffer has
-// two and is handled apart.
-int KnownVersion(uint16_t chunkType) {
-  switch (chunkType) {
-    case CUSTOM_TYPE_GROUP: return 1;
-    case CHUNK_GEOMETRY: return 1;
-    case CHUNK_MESH: return 3;
-    case CHUNK_CAMERA: return 1;
-    case CHUNK_LIGHT: return 2;
-    case CHUNK_HELPER: return 1;
-    case CHUNK_PARTICLE_SYSTEM: return 1;
-    case CHUNK_SPRITE: return 1;
-    case CHUNK_SOUND_SOURCE: return 1;
-    case CHUNK_MICROPHONE: return 1;
-    case CHUNK_COLLIDER: return 1;
-    case CHUNK_FACE_LIST: return 2;
-    case CHUNK_MATERIAL: return 2;
-    case CHUNK_TEXTURE: return 1;
-    case CHUNK_PRS_ANIMATION: return 3;
-    case CHUNK_LOADER: return 1;
-    case CHUNK_SPRING: return 2;
-    case CHUNK_TRIANGLE_INFO_BUFFER: return 1;
-    case CHUNK_ATTRIBUTE: return 1;
-    default: return 0;
-  }
-}
-
+// The versions the writer gives the chunk type; a chunk the writer never
+// makes has none.
 bool VersionKnown(uint16_t chunkType, uint16_t version) {
-  if (chunkType == CHUNK_VERTEX_BUFFER) return version == 1 || version == 2;
-  return version == KnownVersion(chunkType);
+  const RecordKind* kind = RecordKindOfChunk(chunkType);
+  return kind && version >= kind->firstVersion && version <= kind->lastVersion;
 }
 
 std::string ExpectedVersions(uint16_t chunkType) {
-  if (chunkType == CHUNK_VERTEX_BUFFER) return "1 or 2";
-  return std::to_string(KnownVersion(chunkType));
+  const RecordKind* kind = RecordKindOfChunk(chunkType);
+  if (!kind) return "0";
+  if (kind->firstVersion == kind->lastVersion) return std::to_string(kind->firstVersion);
+  return std::to_string(kind->firstVersion) + " or " + std::to_string(kind->lastVersion);
 }
 
 template <class T>
@@ -84,11 +62,10 @@ uint32_t ReadLE(std::span<const uint8_t> bytes, size_t at, int size) {
   return value;
 }
 
-
 // Decodes one complete chunk and files its record.
 void ReadChunk(KvlDocument& doc, std::span<const uint8_t> payload, size_t index) {
   ChunkEntry& chunk = doc.chunks[index];
-  if (KnownVersion(chunk.chunkType) == 0 && chunk.chunkType != CHUNK_VERTEX_BUFFER) {
+  if (!RecordKindOfChunk(chunk.chunkType)) {
     doc.problems.push_back(ChunkProblem(chunk, chunk.offset, Severity::ERROR,
                                         "chunk type " + std::to_string(chunk.chunkType) +
                                             " is not a type of the format; skipped by its size"));
@@ -196,56 +173,8 @@ bool ReadFileBytes(const std::string& path, std::vector<uint8_t>& bytes, std::st
 }
 
 std::string ChunkTypeName(uint16_t chunkType) {
-  switch (chunkType) {
-    case CUSTOM_TYPE_GROUP: return "group";
-    case CHUNK_GEOMETRY: return "geometry";
-    case CHUNK_MESH: return "mesh";
-    case CHUNK_CAMERA: return "camera";
-    case CHUNK_LIGHT: return "light";
-    case CHUNK_HELPER: return "helper";
-    case CHUNK_PARTICLE_SYSTEM: return "particle system";
-    case CHUNK_SPRITE: return "sprite";
-    case CHUNK_SOUND_SOURCE: return "sound source";
-    case CHUNK_MICROPHONE: return "microphone";
-    case CHUNK_COLLIDER: return "collider";
-    case CHUNK_VERTEX_BUFFER: return "vertex buffer";
-    case CHUNK_FACE_LIST: return "face list";
-    case CHUNK_MATERIAL: return "material";
-    case CHUNK_TEXTURE: return "texture";
-    case CHUNK_PRS_ANIMATION: return "animation group";
-    case CHUNK_LOADER: return "loader";
-    case CHUNK_SPRING: return "spring";
-    case CHUNK_TRIANGLE_INFO_BUFFER: return "triangle info buffer";
-    case CHUNK_ATTRIBUTE: return "attribute";
-    default: return "";
-  }
-}
-
-std::string NodeTypeName(uint32_t nodeType) {
-  switch (nodeType) {
-    case NODE_GROUP: return "group";
-    case NODE_PRS_ANIMATION: return "animation group";
-    case NODE_MESH: return "mesh";
-    case NODE_MATERIAL: return "material";
-    case NODE_CAMERA: return "camera";
-    case NODE_GEOMETRY: return "geometry";
-    case NODE_VERTEX_BUFFER: return "vertex buffer";
-    case NODE_TRIANGLE_INFO_BUFFER: return "triangle info buffer";
-    case NODE_FACE_LIST: return "face list";
-    case NODE_HELPER: return "helper";
-    case NODE_TEXTURE: return "texture";
-    case NODE_SPRITE: return "sprite";
-    case NODE_PARTICLE_SYSTEM: return "particle system";
-    case NODE_LOADER: return "loader";
-    case NODE_LIGHT: return "light";
-    case NODE_ATTRIBUTE: return "attribute";
-    case NODE_MICROPHONE: return "microphone";
-    case NODE_SOUND_SOURCE: return "sound source";
-    case NODE_COLLIDER: return "collider";
-    case NODE_SPRING: return "spring";
-    case NODE_PRS_KEY_ANIMATION: return "key animation group";
-    default: return "node of type " + std::to_string(nodeType);
-  }
+  const RecordKind* kind = RecordKindOfChunk(chunkType);
+  return kind ? kind->name : "";
 }
 
 std::string FormatProblem(const FileProblem& problem) {

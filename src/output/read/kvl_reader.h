@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "scene/node_table.h"
+#include "scene/record_kinds.h"
 
 namespace kvl {
 
@@ -69,10 +70,9 @@ KvlDocument ReadKvl(std::span<const uint8_t> bytes);
 bool ReadFileBytes(const std::string& path, std::vector<uint8_t>& bytes, std::string& error);
 
 // A readable name for a chunk type of the format ("vertex buffer"), empty
-// for a type the format does not have.
+// for a type the format does not have. NodeTypeName (scene/record_kinds.h)
+// names a record type.
 std::string ChunkTypeName(uint16_t chunkType);
-// A readable name for a node type ("animation group").
-std::string NodeTypeName(uint32_t nodeType);
 
 // "offset 0x0000001C: chunk 1001 (vertex buffer) id 5: error: ..."
 std::string FormatProblem(const FileProblem& problem);

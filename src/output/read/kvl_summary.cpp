@@ -30,66 +30,6 @@ std::string Hex(uint32_t value) {
   return text;
 }
 
-// Name, parent and position of a record that has a place in the hierarchy;
-// false for buffers and resources.
-bool Placement(const SceneNode& node, std::string& name, uint32_t& parent, const float*& position) {
-  position = nullptr;
-  if (IsGroupLike(node.type)) {
-    const auto& g = As<GroupNode>(node);
-    name = g.name, parent = g.parentId, position = g.transform.position;
-    return true;
-  }
-  switch (node.type) {
-    case NODE_MESH: name = As<MeshNode>(node).name, parent = As<MeshNode>(node).parentId; return true;
-    case NODE_CAMERA: {
-      const auto& c = As<CameraNode>(node);
-      name = c.name, parent = c.parentId, position = c.transform.position;
-      return true;
-    }
-    case NODE_GEOMETRY: {
-      const auto& g = As<GeometryNode>(node);
-      name = g.name, parent = g.parentId, position = g.transform.position;
-      return true;
-    }
-    case NODE_HELPER: {
-      const auto& h = As<HelperNode>(node);
-      name = h.name, parent = h.parentId, position = h.position;
-      return true;
-    }
-    case NODE_SPRITE: name = As<SpriteNode>(node).name, parent = As<SpriteNode>(node).parentId; return true;
-    case NODE_PARTICLE_SYSTEM:
-      name = As<ParticleSystemNode>(node).name, parent = As<ParticleSystemNode>(node).parentId;
-      return true;
-    case NODE_LOADER: {
-      const auto& l = As<LoaderNode>(node);
-      name = l.name, parent = l.parentId, position = l.transform.position;
-      return true;
-    }
-    case NODE_LIGHT: {
-      const auto& l = As<LightNode>(node);
-      name = l.name, parent = l.parentId, position = l.transform.position;
-      return true;
-    }
-    case NODE_ATTRIBUTE: name = As<NodeAttributeNode>(node).data, parent = As<NodeAttributeNode>(node).parentId; return true;
-    case NODE_MICROPHONE: {
-      const auto& m = As<MicrophoneNode>(node);
-      name = m.name, parent = m.parentId, position = m.transform.position;
-      return true;
-    }
-    case NODE_SOUND_SOURCE: {
-      const auto& s = As<SoundSourceNode>(node);
-      name = s.name, parent = s.parentId, position = s.transform.position;
-      return true;
-    }
-    case NODE_COLLIDER: {
-      const auto& c = As<ColliderNode>(node);
-      name = c.name, parent = c.parentId, position = c.transform.position;
-      return true;
-    }
-    default: return false;
-  }
-}
-
 struct TreeBuilder {
   const KvlDocument& doc;
   std::map<uint32_t, std::vector<uint32_t>> children;  // ascending ids
@@ -98,12 +38,10 @@ struct TreeBuilder {
   json Node(uint32_t id) {
     shown.insert(id);
     const SceneNode& node = *doc.table.Find(id);
-    std::string name;
-    uint32_t parent = NODE_ID_NONE;
-    const float* position = nullptr;
-    Placement(node, name, parent, position);
-    json entry = {{"id", id}, {"type", NodeTypeName(node.type)}, {"parent", IdOrNull(parent)}};
-    entry[node.type == NODE_ATTRIBUTE ? "text" : "name"] = FileText(name);
+    const Placement placement = PlacementOf(node).value_or(Placement{});
+    const float* position = placement.position;
+    json entry = {{"id", id}, {"type", NodeTypeName(node.type)}, {"parent", IdOrNull(placement.parentId)}};
+    entry[node.type == NODE_ATTRIBUTE ? "text" : "name"] = FileText(placement.name ? *placement.name : "");
     entry["position"] = position ? json::array({position[0], position[1], position[2]}) : json(nullptr);
     json kids = json::array();
     // A child met a second time lies on a cycle; it is not followed again.
@@ -119,10 +57,9 @@ json Hierarchy(const KvlDocument& doc) {
   TreeBuilder tree{doc, {}, {}};
   std::vector<uint32_t> tops;
   for (const auto& [id, node] : doc.table) {
-    std::string name;
-    uint32_t parent;
-    const float* position;
-    if (!Placement(*node, name, parent, position)) continue;
+    const std::optional<Placement> placement = PlacementOf(*node);
+    if (!placement) continue;
+    const uint32_t parent = placement->parentId;
     // A node whose parent is missing from the file is shown at the top.
     if (parent == NODE_ID_NONE || parent == id || !doc.table.Find(parent)) {
       tops.push_back(id);

@@ -8,7 +8,7 @@
 #include <optional>
 #include <set>
 
-#include "output/write/binary_writer.h"
+#include "output/write/chunk.h"
 
 namespace kvl {
 namespace {
@@ -30,34 +30,13 @@ std::string OffsetText(size_t offset) {
 }
 
 bool IsPlaced(uint32_t type) {
-  switch (type) {
-    case NODE_GROUP: case NODE_PRS_ANIMATION: case NODE_MESH: case NODE_CAMERA: case NODE_GEOMETRY:
-    case NODE_HELPER: case NODE_SPRITE: case NODE_PARTICLE_SYSTEM: case NODE_LOADER: case NODE_LIGHT:
-    case NODE_ATTRIBUTE: case NODE_MICROPHONE: case NODE_SOUND_SOURCE: case NODE_COLLIDER:
-      return true;
-    default:
-      return false;
-  }
+  const RecordKind* kind = RecordKindOf(type);
+  return kind && kind->placed;
 }
 
-// Every placed record has its parent as the first field of its payload.
 uint32_t ParentOf(const SceneNode& node) {
-  if (IsGroupLike(node.type)) return As<GroupNode>(node).parentId;
-  switch (node.type) {
-    case NODE_MESH: return As<MeshNode>(node).parentId;
-    case NODE_CAMERA: return As<CameraNode>(node).parentId;
-    case NODE_GEOMETRY: return As<GeometryNode>(node).parentId;
-    case NODE_HELPER: return As<HelperNode>(node).parentId;
-    case NODE_SPRITE: return As<SpriteNode>(node).parentId;
-    case NODE_PARTICLE_SYSTEM: return As<ParticleSystemNode>(node).parentId;
-    case NODE_LOADER: return As<LoaderNode>(node).parentId;
-    case NODE_LIGHT: return As<LightNode>(node).parentId;
-    case NODE_ATTRIBUTE: return As<NodeAttributeNode>(node).parentId;
-    case NODE_MICROPHONE: return As<MicrophoneNode>(node).parentId;
-    case NODE_SOUND_SOURCE: return As<SoundSourceNode>(node).parentId;
-    case NODE_COLLIDER: return As<ColliderNode>(node).parentId;
-    default: return NODE_ID_NONE;
-  }
+  const std::optional<Placement> placement = PlacementOf(node);
+  return placement ? placement->parentId : NODE_ID_NONE;
 }
 
 // The vertices of a buffer that no face list can reach: a 16-bit index

@@ -47,14 +47,14 @@ std::unique_ptr<Chunk> EncodeVertexBuffer(const VertexBufferNode& buffer) {
 }
 
 std::unique_ptr<Chunk> EncodeFaceList(const FaceListNode& faces) {
-  auto c = std::make_unique<Chunk>(CHUNK_FACE_LIST, 2, faces.id);
+  auto c = ChunkOfKind(NODE_FACE_LIST, faces.id);
   c->PutU16(static_cast<uint32_t>(faces.indices.size()));
   for (uint32_t index : faces.indices) c->PutU16(index);
   return c;
 }
 
 std::unique_ptr<Chunk> EncodeMaterial(const MaterialNode& material) {
-  auto c = std::make_unique<Chunk>(CHUNK_MATERIAL, 2, material.id);
+  auto c = ChunkOfKind(NODE_MATERIAL, material.id);
   c->PutU32(material.diffuse);
   c->PutU32(material.specular);
   c->PutU32(material.ambient);
@@ -69,13 +69,13 @@ std::unique_ptr<Chunk> EncodeMaterial(const MaterialNode& material) {
 }
 
 std::unique_ptr<Chunk> EncodeTexture(const TextureNode& texture) {
-  auto c = std::make_unique<Chunk>(CHUNK_TEXTURE, 1, texture.id);
+  auto c = ChunkOfKind(NODE_TEXTURE, texture.id);
   c->PutString(texture.fileName);
   return c;
 }
 
 std::unique_ptr<Chunk> EncodeTriangleInfoBuffer(const TriangleInfoBufferNode& buffer) {
-  auto c = std::make_unique<Chunk>(CHUNK_TRIANGLE_INFO_BUFFER, 1, buffer.id);
+  auto c = ChunkOfKind(NODE_TRIANGLE_INFO_BUFFER, buffer.id);
   // Unlike the vertex buffer, the count comes before the flags here.
   c->PutU16(static_cast<uint32_t>(buffer.triangles.size()));
   c->PutU32(buffer.flags);

@@ -5,9 +5,14 @@
 #include <memory>
 
 #include "output/write/chunk.h"
+#include "scene/record_kinds.h"
 #include "scene/scene_nodes.h"
 
 namespace kvl {
+
+// An empty chunk for a record of `type`, with the chunk type and the version
+// the table of record kinds gives it.
+std::unique_ptr<Chunk> ChunkOfKind(NodeType type, uint32_t id);
 
 // Objects of the scene.
 std::unique_ptr<Chunk> EncodeGroup(const GroupNode& group);

@@ -4,6 +4,11 @@
 #include "output/write/chunk_encoders.h"
 
 namespace kvl {
+
+std::unique_ptr<Chunk> ChunkOfKind(NodeType type, uint32_t id) {
+  const RecordKind& kind = *RecordKindOf(type);
+  return std::make_unique<Chunk>(kind.chunkType, kind.firstVersion, id);
+}
 namespace {
 
 void PutTransform(Chunk& c, const PRSTransform& t) {
@@ -54,7 +59,7 @@ std::unique_ptr<Chunk> EncodeGeometry(const GeometryNode& geometry) {
 }
 
 std::unique_ptr<Chunk> EncodeMesh(const MeshNode& mesh) {
-  auto c = std::make_unique<Chunk>(CHUNK_MESH, 3, mesh.id);
+  auto c = ChunkOfKind(NODE_MESH, mesh.id);
   c->PutU32(mesh.parentId);
   c->PutString(mesh.name);
   c->PutU16(static_cast<uint32_t>(mesh.submeshes.size()));
@@ -73,7 +78,7 @@ std::unique_ptr<Chunk> EncodeMesh(const MeshNode& mesh) {
 }
 
 std::unique_ptr<Chunk> EncodeCamera(const CameraNode& camera) {
-  auto c = std::make_unique<Chunk>(CHUNK_CAMERA, 1, camera.id);
+  auto c = ChunkOfKind(NODE_CAMERA, camera.id);
   c->PutU32(camera.parentId);
   c->PutU32(camera.targetId);
   c->PutString(camera.name);
@@ -86,7 +91,7 @@ std::unique_ptr<Chunk> EncodeCamera(const CameraNode& camera) {
 }
 
 std::unique_ptr<Chunk> EncodeLight(const LightNode& light) {
-  auto c = std::make_unique<Chunk>(CHUNK_LIGHT, 2, light.id);
+  auto c = ChunkOfKind(NODE_LIGHT, light.id);
   c->PutU32(light.parentId);
   c->PutString(light.name);
   c->PutVec3(light.transform.position);
@@ -99,7 +104,7 @@ std::unique_ptr<Chunk> EncodeLight(const LightNode& light) {
 }
 
 std::unique_ptr<Chunk> EncodeHelper(const HelperNode& helper) {
-  auto c = std::make_unique<Chunk>(CHUNK_HELPER, 1, helper.id);
+  auto c = ChunkOfKind(NODE_HELPER, helper.id);
   c->PutU32(helper.parentId);
   c->PutString(helper.name);
   c->PutVec3(helper.position);
@@ -107,7 +112,7 @@ std::unique_ptr<Chunk> EncodeHelper(const HelperNode& helper) {
 }
 
 std::unique_ptr<Chunk> EncodeParticleSystem(const ParticleSystemNode& system) {
-  auto c = std::make_unique<Chunk>(CHUNK_PARTICLE_SYSTEM, 1, system.id);
+  auto c = ChunkOfKind(NODE_PARTICLE_SYSTEM, system.id);
   c->PutU32(system.parentId);
   c->PutString(system.name);
   c->PutF32(system.scale);
@@ -116,7 +121,7 @@ std::unique_ptr<Chunk> EncodeParticleSystem(const ParticleSystemNode& system) {
 }
 
 std::unique_ptr<Chunk> EncodeSprite(const SpriteNode& sprite) {
-  auto c = std::make_unique<Chunk>(CHUNK_SPRITE, 1, sprite.id);
+  auto c = ChunkOfKind(NODE_SPRITE, sprite.id);
   c->PutU32(sprite.parentId);
   c->PutString(sprite.name);
   c->PutF32(sprite.width);
@@ -130,7 +135,7 @@ std::unique_ptr<Chunk> EncodeSprite(const SpriteNode& sprite) {
 }
 
 std::unique_ptr<Chunk> EncodeSoundSource(const SoundSourceNode& sound) {
-  auto c = std::make_unique<Chunk>(CHUNK_SOUND_SOURCE, 1, sound.id);
+  auto c = ChunkOfKind(NODE_SOUND_SOURCE, sound.id);
   c->PutU32(sound.parentId);
   c->PutString(sound.name);
   c->PutVec3(sound.transform.position);
@@ -146,7 +151,7 @@ std::unique_ptr<Chunk> EncodeSoundSource(const SoundSourceNode& sound) {
 }
 
 std::unique_ptr<Chunk> EncodeMicrophone(const MicrophoneNode& microphone) {
-  auto c = std::make_unique<Chunk>(CHUNK_MICROPHONE, 1, microphone.id);
+  auto c = ChunkOfKind(NODE_MICROPHONE, microphone.id);
   c->PutU32(microphone.parentId);
   c->PutString(microphone.name);
   c->PutVec3(microphone.transform.position);
@@ -164,7 +169,7 @@ std::unique_ptr<Chunk> EncodeMicrophone(const MicrophoneNode& microphone) {
 }
 
 std::unique_ptr<Chunk> EncodeCollider(const ColliderNode& collider) {
-  auto c = std::make_unique<Chunk>(CHUNK_COLLIDER, 1, collider.id);
+  auto c = ChunkOfKind(NODE_COLLIDER, collider.id);
   c->PutU32(collider.parentId);
   c->PutU16(collider.colliderType);
   c->PutString(collider.name);
@@ -197,7 +202,7 @@ std::unique_ptr<Chunk> EncodeCollider(const ColliderNode& collider) {
 }
 
 std::unique_ptr<Chunk> EncodePRSAnimation(const PRSAnimationGroup& group) {
-  auto c = std::make_unique<Chunk>(CHUNK_PRS_ANIMATION, 3, group.id);
+  auto c = ChunkOfKind(NODE_PRS_ANIMATION, group.id);
   c->PutU32(group.parentId);
   c->PutString(group.name);
   c->PutU16(static_cast<uint32_t>(group.sequences.size()));
@@ -206,7 +211,7 @@ std::unique_ptr<Chunk> EncodePRSAnimation(const PRSAnimationGroup& group) {
 }
 
 std::unique_ptr<Chunk> EncodeLoader(const LoaderNode& loader) {
-  auto c = std::make_unique<Chunk>(CHUNK_LOADER, 1, loader.id);
+  auto c = ChunkOfKind(NODE_LOADER, loader.id);
   c->PutU32(loader.parentId);
   c->PutString(loader.name);
   PutTransform(*c, loader.transform);
@@ -216,7 +221,7 @@ std::unique_ptr<Chunk> EncodeLoader(const LoaderNode& loader) {
 }
 
 std::unique_ptr<Chunk> EncodeSpring(const SpringNode& spring) {
-  auto c = std::make_unique<Chunk>(CHUNK_SPRING, 2, spring.id);
+  auto c = ChunkOfKind(NODE_SPRING, spring.id);
   c->PutU32(spring.parentId1);
   c->PutU32(spring.parentId2);
   c->PutF32(spring.springConstant);
@@ -228,7 +233,7 @@ std::unique_ptr<Chunk> EncodeSpring(const SpringNode& spring) {
 }
 
 std::unique_ptr<Chunk> EncodeAttribute(const NodeAttributeNode& attribute) {
-  auto c = std::make_unique<Chunk>(CHUNK_ATTRIBUTE, 1, attribute.id);
+  auto c = ChunkOfKind(NODE_ATTRIBUTE, attribute.id);
   c->PutU32(attribute.parentId);
   // The one text of the file that is not cut at 255 bytes: a 32-bit length
   // that counts the terminator, the bytes, then the terminator.
