@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/preview_assets.h"
-#include "output/read/kvl_validator.h"
+#include "output/read/kvl_summary.h"
 #include "platform/text_escapes.h"
 
 namespace kvl::cli {
@@ -27,7 +27,7 @@ size_t ReplaceOnce(std::string& page, size_t from, std::string_view marker, std:
 // Outside strings JSON has none of the three, and inside one the \u form
 // reads back as the same character.
 std::string ScriptSafeJson(const nlohmann::json& value) {
-  // The texts shown are valid UTF-8 already (PageText); the image keys are
+  // The texts shown are valid UTF-8 already (PreviewData); the image keys are
   // replaced where they are not, rather than abort.
   const std::string text = value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
   std::string out;
@@ -99,21 +99,7 @@ std::string ImageMimeType(const std::string& fileName) {
 }
 
 std::string BuildPreviewPage(const PreviewInput& input) {
-  const Validation v = ValidateKvl(input.kvl);
-  nlohmann::json problems = nlohmann::json::array();
-  for (const FileProblem& p : v.problems) {
-    problems.push_back({{"severity", p.severity == Severity::ERROR ? "error" : "warning"}, {"text", PageText(FormatProblem(p))}});
-  }
-  nlohmann::json images = nlohmann::json::object();
-  // Keyed as the page's decoder reads the names from the file (a browser's
-  // UTF-8 decoding, which replaces what is not UTF-8, as the dump does), so
-  // that the page finds its images; these keys are never shown.
-  for (const auto& [name, url] : input.images) images[name] = url;
-  const nlohmann::json page = {{"file", PageText(input.fileName)},
-                               {"errors", v.errors},
-                               {"warnings", v.warnings},
-                               {"problems", problems},
-                               {"images", images}};
+  const nlohmann::json page = PreviewData(input.fileName, input.kvl, input.images);
 
   std::string html(PageTemplate());
   // The markers in the template's order, each once.

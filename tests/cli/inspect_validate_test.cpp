@@ -188,7 +188,7 @@ TEST(InspectSummary, RecordsTheExporterNeverWritesAreShown) {
   const Bytes file(buffer, buffer + size);
   std::free(buffer);
 
-  const nlohmann::json s = cli::InspectSummary(ReadKvl(file), "made.kvl");
+  const nlohmann::json s = InspectSummary(ReadKvl(file), "made.kvl");
   ASSERT_EQ(s["hierarchy"].size(), 1u);
   const nlohmann::json& children = s["hierarchy"][0]["children"];
   ASSERT_EQ(children.size(), 3u);

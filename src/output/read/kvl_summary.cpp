@@ -8,7 +8,7 @@
 #include "output/read/kvl_validator.h"
 #include "platform/text_escapes.h"
 
-namespace kvl::cli {
+namespace kvl {
 namespace {
 
 using nlohmann::json;
@@ -310,4 +310,23 @@ void PrintChunkListing(const json& listing, std::ostream& out) {
   }
 }
 
-}  // namespace kvl::cli
+json PreviewData(const std::string& fileName, std::span<const uint8_t> kvl,
+                 const std::map<std::string, std::string>& images) {
+  const Validation v = ValidateKvl(kvl);
+  json problems = json::array();
+  for (const FileProblem& p : v.problems) {
+    problems.push_back({{"severity", p.severity == Severity::ERROR ? "error" : "warning"}, {"text", FileText(FormatProblem(p))}});
+  }
+  json shownImages = json::object();
+  // Keyed as the page's decoder reads the names from the file (a browser's
+  // UTF-8 decoding, which replaces what is not UTF-8, as the dump does), so
+  // that the page finds its images; these keys are never shown.
+  for (const auto& [name, url] : images) shownImages[name] = url;
+  return {{"file", FileText(fileName)},
+          {"errors", v.errors},
+          {"warnings", v.warnings},
+          {"problems", problems},
+          {"images", shownImages}};
+}
+
+}  // namespace kvl
