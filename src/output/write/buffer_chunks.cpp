@@ -29,6 +29,9 @@ std::unique_ptr<Chunk> EncodeVertexBuffer(const VertexBufferNode& buffer) {
   // once for all lists; a static one is version 1 with the layout of its list.
   const bool morphing = buffer.lists.size() >= 2;
   auto c = std::make_unique<Chunk>(CHUNK_VERTEX_BUFFER, morphing ? 2 : 1, buffer.id);
+  size_t size = 14;
+  for (const VertexList& list : buffer.lists) size += 10 + list.vertices.size() * VertexStride(list.flags);
+  c->Reserve(size);
   if (morphing) {
     c->PutU32(static_cast<uint32_t>(buffer.lists.size()));
     c->PutU32(buffer.flags);
@@ -48,6 +51,7 @@ std::unique_ptr<Chunk> EncodeVertexBuffer(const VertexBufferNode& buffer) {
 
 std::unique_ptr<Chunk> EncodeFaceList(const FaceListNode& faces) {
   auto c = ChunkOfKind(NODE_FACE_LIST, faces.id);
+  c->Reserve(2 + 2 * faces.indices.size());
   c->PutU16(static_cast<uint32_t>(faces.indices.size()));
   for (uint32_t index : faces.indices) c->PutU16(index);
   return c;
@@ -79,6 +83,9 @@ std::unique_ptr<Chunk> EncodeTriangleInfoBuffer(const TriangleInfoBufferNode& bu
   // Unlike the vertex buffer, the count comes before the flags here.
   c->PutU16(static_cast<uint32_t>(buffer.triangles.size()));
   c->PutU32(buffer.flags);
+  const size_t perTriangle = (buffer.flags & TRIANGLE_COLORS ? 12 : 0) + (buffer.flags & TRIANGLE_NORMAL ? 12 : 0) +
+                            (buffer.flags & TRIANGLE_UVS ? 24 : 0);
+  c->Reserve(buffer.triangles.size() * perTriangle);
   for (const TriangleInfo& t : buffer.triangles) {
     if (buffer.flags & TRIANGLE_COLORS) {
       c->PutU32(t.color1);

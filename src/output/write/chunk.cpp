@@ -1,7 +1,5 @@
 #include "output/write/chunk.h"
 
-#include <bit>
-
 #include "platform/text_escapes.h"
 
 namespace kvl {
@@ -11,22 +9,6 @@ void Chunk::PutBytes(int32_t count, const void* data) {
   const auto* bytes = static_cast<const uint8_t*>(data);
   payload_.insert(payload_.end(), bytes, bytes + count);
 }
-
-void Chunk::PutU8(uint32_t value) { payload_.push_back(static_cast<uint8_t>(value)); }
-
-void Chunk::PutU16(uint32_t value) {
-  PutU8(value);
-  PutU8(value >> 8);
-}
-
-void Chunk::PutU32(uint32_t value) {
-  PutU8(value);
-  PutU8(value >> 8);
-  PutU8(value >> 16);
-  PutU8(value >> 24);
-}
-
-void Chunk::PutF32(float value) { PutU32(std::bit_cast<uint32_t>(value)); }
 
 void Chunk::PutVec2(const float p[2]) {
   PutF32(p[0]);
@@ -51,24 +33,24 @@ void Chunk::PutString(std::string_view text) {
   PutBytes(static_cast<int32_t>(n), text.data());
 }
 
-std::vector<uint8_t> Chunk::HeaderBytes() const {
-  Chunk header(0, 0, 0);
-  header.PutU16(chunkType_);
-  header.PutU16(version_);
-  header.PutU32(id_);
-  header.PutU32(static_cast<uint32_t>(payload_.size()));
-  return std::move(header.payload_);
+void Chunk::HeaderBytes(uint8_t header[HEADER_SIZE]) const {
+  const uint32_t fields[3] = {chunkType_ | uint32_t{version_} << 16, id_, static_cast<uint32_t>(payload_.size())};
+  for (int f = 0; f < 3; ++f) {
+    for (int b = 0; b < 4; ++b) header[4 * f + b] = static_cast<uint8_t>(fields[f] >> (8 * b));
+  }
 }
 
 std::vector<uint8_t> Chunk::Bytes() const {
-  std::vector<uint8_t> bytes = HeaderBytes();
+  std::vector<uint8_t> bytes(HEADER_SIZE);
+  HeaderBytes(bytes.data());
   bytes.insert(bytes.end(), payload_.begin(), payload_.end());
   return bytes;
 }
 
 void Chunk::WriteTo(std::FILE* file) const {
-  const std::vector<uint8_t> header = HeaderBytes();
-  std::fwrite(header.data(), 1, header.size(), file);
+  uint8_t header[HEADER_SIZE];
+  HeaderBytes(header);
+  std::fwrite(header, 1, HEADER_SIZE, file);
   if (!payload_.empty()) std::fwrite(payload_.data(), 1, payload_.size(), file);
 }
 
