@@ -72,7 +72,7 @@ std::string AsciiDumpText(const NodeTable& table) {
 }
 
 bool AsciiDumpWriter::Write(const std::string& path, const NodeTable& table) {
-  return WriteThrough(path, "w", [&](std::FILE* file) { WriteAsciiDump(file, table); });
+  return WriteThrough(path, "w", [&](std::FILE* file) { return WriteAsciiDump(file, table); });
 }
 
 }  // namespace kvl

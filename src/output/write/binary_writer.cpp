@@ -30,17 +30,37 @@ std::unique_ptr<Chunk> EncodeNode(const SceneNode& node) {
   }
 }
 
+namespace {
+
+// The big buffers go to the file as they are encoded, in slices; the rest
+// chunk by chunk. False if a streamed chunk came out at another size than
+// its header says.
+bool WriteNode(std::FILE* file, const SceneNode& node) {
+  std::unique_ptr<Chunk> streamed;
+  switch (node.type) {
+    case NODE_VERTEX_BUFFER: streamed = EncodeVertexBuffer(As<VertexBufferNode>(node), file); break;
+    case NODE_FACE_LIST: streamed = EncodeFaceList(As<FaceListNode>(node), file); break;
+    case NODE_TRIANGLE_INFO_BUFFER:
+      streamed = EncodeTriangleInfoBuffer(As<TriangleInfoBufferNode>(node), file);
+      break;
+    default:
+      if (std::unique_ptr<Chunk> chunk = EncodeNode(node)) chunk->WriteTo(file);
+      return true;
+  }
+  return streamed->Finish();
+}
+
+}  // namespace
+
 bool WriteBinaryScene(std::FILE* file, const NodeTable& table) {
   for (const auto& [id, node] : table) {
-    if (!table.ShouldWrite(*node)) continue;
-    // One chunk at a time: memory peaks at the largest chunk, not the file.
-    if (std::unique_ptr<Chunk> chunk = EncodeNode(*node)) chunk->WriteTo(file);
+    if (table.ShouldWrite(*node) && !WriteNode(file, *node)) return false;
   }
   return !std::ferror(file);
 }
 
 bool BinaryWriter::Write(const std::string& path, const NodeTable& table) {
-  return WriteThrough(path, "wb", [&](std::FILE* file) { WriteBinaryScene(file, table); });
+  return WriteThrough(path, "wb", [&](std::FILE* file) { return WriteBinaryScene(file, table); });
 }
 
 }  // namespace kvl

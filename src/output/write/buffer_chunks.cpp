@@ -24,14 +24,22 @@ uint16_t VertexStride(uint32_t vertexFlags) {
   return stride;
 }
 
-std::unique_ptr<Chunk> EncodeVertexBuffer(const VertexBufferNode& buffer) {
+std::unique_ptr<Chunk> EncodeVertexBuffer(const VertexBufferNode& buffer, std::FILE* stream) {
   // A morphing buffer (a list per frame) is version 2 and states the layout
   // once for all lists; a static one is version 1 with the layout of its list.
   const bool morphing = buffer.lists.size() >= 2;
   auto c = std::make_unique<Chunk>(CHUNK_VERTEX_BUFFER, morphing ? 2 : 1, buffer.id);
-  size_t size = 14;
-  for (const VertexList& list : buffer.lists) size += 10 + list.vertices.size() * VertexStride(list.flags);
-  c->Reserve(size);
+  // The payload's size: the layout once (morphing) or per list, then the
+  // vertices.
+  uint64_t size = morphing ? 14 : 0;
+  for (const VertexList& list : buffer.lists) {
+    size += (morphing ? 0 : 10) + uint64_t{list.vertices.size()} * VertexStride(morphing ? buffer.flags : list.flags);
+  }
+  if (stream) {
+    c->StreamTo(stream, static_cast<uint32_t>(size));
+  } else {
+    c->Reserve(size);
+  }
   if (morphing) {
     c->PutU32(static_cast<uint32_t>(buffer.lists.size()));
     c->PutU32(buffer.flags);
@@ -49,9 +57,14 @@ std::unique_ptr<Chunk> EncodeVertexBuffer(const VertexBufferNode& buffer) {
   return c;
 }
 
-std::unique_ptr<Chunk> EncodeFaceList(const FaceListNode& faces) {
+std::unique_ptr<Chunk> EncodeFaceList(const FaceListNode& faces, std::FILE* stream) {
   auto c = ChunkOfKind(NODE_FACE_LIST, faces.id);
-  c->Reserve(2 + 2 * faces.indices.size());
+  const uint64_t size = 2 + 2 * uint64_t{faces.indices.size()};
+  if (stream) {
+    c->StreamTo(stream, static_cast<uint32_t>(size));
+  } else {
+    c->Reserve(size);
+  }
   c->PutU16(static_cast<uint32_t>(faces.indices.size()));
   for (uint32_t index : faces.indices) c->PutU16(index);
   return c;
@@ -78,14 +91,19 @@ std::unique_ptr<Chunk> EncodeTexture(const TextureNode& texture) {
   return c;
 }
 
-std::unique_ptr<Chunk> EncodeTriangleInfoBuffer(const TriangleInfoBufferNode& buffer) {
+std::unique_ptr<Chunk> EncodeTriangleInfoBuffer(const TriangleInfoBufferNode& buffer, std::FILE* stream) {
   auto c = ChunkOfKind(NODE_TRIANGLE_INFO_BUFFER, buffer.id);
+  const uint64_t perTriangle = (buffer.flags & TRIANGLE_COLORS ? 12 : 0) + (buffer.flags & TRIANGLE_NORMAL ? 12 : 0) +
+                               (buffer.flags & TRIANGLE_UVS ? 24 : 0);
+  const uint64_t size = 6 + buffer.triangles.size() * perTriangle;
+  if (stream) {
+    c->StreamTo(stream, static_cast<uint32_t>(size));
+  } else {
+    c->Reserve(size);
+  }
   // Unlike the vertex buffer, the count comes before the flags here.
   c->PutU16(static_cast<uint32_t>(buffer.triangles.size()));
   c->PutU32(buffer.flags);
-  const size_t perTriangle = (buffer.flags & TRIANGLE_COLORS ? 12 : 0) + (buffer.flags & TRIANGLE_NORMAL ? 12 : 0) +
-                            (buffer.flags & TRIANGLE_UVS ? 24 : 0);
-  c->Reserve(buffer.triangles.size() * perTriangle);
   for (const TriangleInfo& t : buffer.triangles) {
     if (buffer.flags & TRIANGLE_COLORS) {
       c->PutU32(t.color1);

@@ -28,7 +28,7 @@ class Chunk {
   void Reserve(size_t bytes) { payload_.reserve(payload_.size() + bytes); }
 
   void PutBytes(int32_t count, const void* data);  // nothing for count <= 0
-  void PutU8(uint32_t value) { payload_.push_back(static_cast<uint8_t>(value)); }  // the low 8 bits
+  void PutU8(uint32_t value) { PutLittleEndian(value, 1); }  // the low 8 bits
   void PutU16(uint32_t value) { PutLittleEndian(value, 2); }                       // the low 16 bits
   void PutU32(uint32_t value) { PutLittleEndian(value, 4); }
   // The value's IEEE 754 bits, as PutU32 would write them.
@@ -37,6 +37,14 @@ class Chunk {
   void PutVec3(const float p[3]);
   void PutQuat(const float p[4]);  // x, y, z, w
   void PutString(std::string_view text);  // length byte, then at most 255 bytes
+
+  // From here on the chunk goes straight to `file`: the header at once, with
+  // `payloadSize` as the size the encoder is about to write, and the payload
+  // in slices as it is made, so that a buffer of tens of megabytes is never
+  // held twice. Finish writes the last slice; false if the payload did not
+  // come to `payloadSize` bytes (the file is then wrong, and must not stand).
+  void StreamTo(std::FILE* file, uint32_t payloadSize);
+  bool Finish();
 
   // Header and payload, as the file holds them.
   std::vector<uint8_t> Bytes() const;
@@ -56,12 +64,19 @@ class Chunk {
     const uint8_t bytes[4] = {static_cast<uint8_t>(value), static_cast<uint8_t>(value >> 8),
                               static_cast<uint8_t>(value >> 16), static_cast<uint8_t>(value >> 24)};
     payload_.insert(payload_.end(), bytes, bytes + count);
+    if (stream_ && payload_.size() >= STREAM_SLICE) WriteSlice();
   }
+  void WriteSlice();
+
+  static constexpr size_t STREAM_SLICE = 1 << 20;
 
   uint16_t chunkType_;
   uint16_t version_;
   uint32_t id_;
   std::vector<uint8_t> payload_;
+  std::FILE* stream_ = nullptr;  // set while streaming
+  uint32_t declaredSize_ = 0;    // what the streamed header says
+  uint64_t streamed_ = 0;        // payload bytes written so far
 };
 
 }  // namespace kvl

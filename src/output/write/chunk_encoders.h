@@ -2,6 +2,7 @@
 // in the order the file holds its fields.
 #pragma once
 
+#include <cstdio>
 #include <memory>
 
 #include "output/write/chunk.h"
@@ -31,11 +32,13 @@ std::unique_ptr<Chunk> EncodeLoader(const LoaderNode& loader);
 std::unique_ptr<Chunk> EncodeSpring(const SpringNode& spring);
 std::unique_ptr<Chunk> EncodeAttribute(const NodeAttributeNode& attribute);
 
-// Buffers and resources that the submesh entries of a mesh point to.
-std::unique_ptr<Chunk> EncodeVertexBuffer(const VertexBufferNode& buffer);
-std::unique_ptr<Chunk> EncodeFaceList(const FaceListNode& faces);
+// Buffers and resources that the submesh entries of a mesh point to. The
+// three buffers can be big: given a `stream`, each writes its chunk there as
+// it goes (Chunk::StreamTo) and the caller finishes it.
+std::unique_ptr<Chunk> EncodeVertexBuffer(const VertexBufferNode& buffer, std::FILE* stream = nullptr);
+std::unique_ptr<Chunk> EncodeFaceList(const FaceListNode& faces, std::FILE* stream = nullptr);
 std::unique_ptr<Chunk> EncodeMaterial(const MaterialNode& material);
 std::unique_ptr<Chunk> EncodeTexture(const TextureNode& texture);
-std::unique_ptr<Chunk> EncodeTriangleInfoBuffer(const TriangleInfoBufferNode& buffer);
+std::unique_ptr<Chunk> EncodeTriangleInfoBuffer(const TriangleInfoBufferNode& buffer, std::FILE* stream = nullptr);
 
 }  // namespace kvl

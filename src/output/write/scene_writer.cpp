@@ -9,12 +9,16 @@
 namespace kvl {
 
 bool SceneWriter::WriteThrough(const std::string& path, const char* mode,
-                               const std::function<void(std::FILE*)>& write) {
+                               const std::function<bool(std::FILE*)>& write) {
   failure_.clear();
   std::unique_ptr<ReplacingFile> file = ReplacingFile::Open(path, mode, &failure_);
   if (!file) return false;
-  write(file->get());
-  file->Commit(&failure_, check_);
+  if (write(file->get())) {
+    file->Commit(&failure_, check_);
+  } else {
+    // Never left standing: the temporary file goes with `file`.
+    failure_ = "the writer could not complete the file";
+  }
   return true;
 }
 

@@ -23,8 +23,9 @@ class SceneWriter {
 
  protected:
   // Writes through a file that replaces `path` only once it is complete, so
-  // a failed write never leaves half a file. Returns whether it opened.
-  bool WriteThrough(const std::string& path, const char* mode, const std::function<void(std::FILE*)>& write);
+  // a failed write never leaves half a file; `write` answers false when it
+  // could not write the whole file. Returns whether it opened.
+  bool WriteThrough(const std::string& path, const char* mode, const std::function<bool(std::FILE*)>& write);
 
  private:
   std::string failure_;
