@@ -189,7 +189,8 @@ class HostSession {
       : progress_(err),
         core_(scene, request.showProgress ? &progress_ : nullptr),
         toolkit_(request.edits, request.cancel, out, err),
-        recorder_(request.dialogs ? *request.dialogs : static_cast<DialogToolkit&>(toolkit_)) {
+        recorder_(request.dialogs ? *request.dialogs : static_cast<DialogToolkit&>(toolkit_)),
+        heldStill_(scene) {
     host::SetCOREInterface(&core_);
     host::SetDriveFolder('c', request.driveFolder);
     host::ForgetHostFilesRead();
@@ -213,6 +214,7 @@ class HostSession {
   host::MemoryInterface core_;
   ui::HeadlessToolkit toolkit_;
   EndCodeRecorder recorder_;
+  host::HeldStill heldStill_;
 };
 
 // The meshes that deform over the animation and so go out in their rest
