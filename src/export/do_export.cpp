@@ -9,6 +9,7 @@
 #include "optimize/optimize.h"
 #include "optimize/split_meshes.h"
 #include "output/scene_writer.h"
+#include "translate/node_visit.h"
 #include "host/dialog_toolkit.h"
 #include "settings/log_dialog.h"
 #include "settings/options_dialog.h"
@@ -142,11 +143,10 @@ GroupNode& KVLExp::CreateSceneRoot() {
 void KVLExp::ParseTopLevelNodes(host::INode* hostRoot, GroupNode& sceneRoot) {
   // The root group stays the parent of every top-level node, even when a
   // sceneroot node takes over as the root of the written hierarchy.
+  nodesToWalk_ = CountNodesBelow(hostRoot);
+  nodesWalked_ = 0;
   const int count = hostRoot->NumberOfChildren();
-  for (int k = 0; k < count; ++k) {
-    ParseNode(hostRoot->GetChildNode(k), sceneRoot);
-    log_.progress = 10 + (40 * k) / count;
-  }
+  for (int k = 0; k < count; ++k) ParseNode(hostRoot->GetChildNode(k), sceneRoot);
 }
 
 void KVLExp::WriteOutput(const std::string& name, host::ExpInterface& host) {

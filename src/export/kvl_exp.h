@@ -69,6 +69,8 @@ class KVLExp : public host::SceneExport {
   bool ConfirmSettings(const std::string& name);
   GroupNode& CreateSceneRoot();
   void ParseTopLevelNodes(host::INode* hostRoot, GroupNode& sceneRoot);
+  // Counts the node whose walk begins and moves the bar for it.
+  void AdvanceWalkProgress();
 
   // The walk's steps for one host node, in the order ParseNode runs them.
   void MakeAnimationGroup(NodeVisit& visit);
@@ -99,6 +101,8 @@ class KVLExp : public host::SceneExport {
   host::TimeValue animStart_ = 0;
   host::TimeValue animEnd_ = 0;
   host::TimeValue ticksPerFrame_ = 0;
+  uint64_t nodesToWalk_ = 0;  // host nodes below the root
+  uint64_t nodesWalked_ = 0;  // of those, begun or passed over with a hidden parent
   NodeTable table_;
   ConfigStore settingsStore_{"=", false};
   ExportLog log_;

@@ -2,6 +2,7 @@
 // fixed order, and since ids are handed out as nodes are made, that order
 // is also the order of the file: a node's children come before its object.
 #include <optional>
+#include <vector>
 
 #include "anim/sample_reduction.h"
 #include "anim/transform_sampling.h"
@@ -11,13 +12,45 @@
 
 namespace kvl {
 
+uint64_t CountNodesBelow(host::INode* node) {
+  // Without recursion: a hierarchy may be deeper than the stack is safe for.
+  uint64_t count = 0;
+  std::vector<host::INode*> pending{node};
+  while (!pending.empty()) {
+    host::INode* current = pending.back();
+    pending.pop_back();
+    const int childCount = current->NumberOfChildren();
+    for (int k = 0; k < childCount; ++k) {
+      if (host::INode* child = current->GetChildNode(k)) {
+        ++count;
+        pending.push_back(child);
+      }
+    }
+  }
+  return count;
+}
+
+void KVLExp::AdvanceWalkProgress() {
+  // The walk runs from 10 to 50 %. A node shows the share of the nodes
+  // before the previous one: the bar trails the walk by one node, so that
+  // after top-level node k of n a flat scene shows 10 + 40k/n. Counting
+  // every node rather than the top-level ones keeps the bar moving through
+  // a deep hierarchy, where sampling each node is most of the work.
+  if (nodesWalked_ > 0 && nodesToWalk_ > 0) {
+    log_.progress = static_cast<int32_t>(10 + 40 * (nodesWalked_ - 1) / nodesToWalk_);
+  }
+  ++nodesWalked_;
+}
+
 void KVLExp::ParseNode(host::INode* node, GroupNode& parent) {
   if (!node) return;
+  AdvanceWalkProgress();
   const ExportSettings& settings = table_.settings;
   log_.Log(std::string("Exporting node ") + node->GetName());
   if (node->IsHidden(0, false) && !settings.exporthidden) {
     // The whole subtree goes, whatever its members are.
     log_.Log("(hidden node, discarded because of export options)");
+    nodesWalked_ += CountNodesBelow(node);
     return;
   }
 
