@@ -102,7 +102,7 @@ class KVLExp : public host::SceneExport {
   host::TimeValue animEnd_ = 0;
   host::TimeValue ticksPerFrame_ = 0;
   uint64_t nodesToWalk_ = 0;  // host nodes below the root
-  uint64_t nodesWalked_ = 0;  // of those, begun or passed over with a hidden parent
+  uint64_t nodesWalked_ = 0;  // of those, begun, or passed over below a hidden node
   NodeTable table_;
   ConfigStore settingsStore_{"=", false};
   ExportLog log_;
