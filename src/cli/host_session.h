@@ -40,7 +40,8 @@ class HostSession {
       : progress_(err),
         core_(scene, request.showProgress ? &progress_ : nullptr),
         toolkit_(request.edits, request.cancel, out, err),
-        recorder_(request.dialogs ? *request.dialogs : static_cast<DialogToolkit&>(toolkit_)) {
+        recorder_(request.dialogs ? *request.dialogs : static_cast<DialogToolkit&>(toolkit_)),
+        heldStill_(scene) {
     host::SetCOREInterface(&core_);
     host::SetDriveFolder('c', request.driveFolder);
     host::ForgetHostFilesRead();
@@ -64,6 +65,7 @@ class HostSession {
   host::MemoryInterface core_;
   ui::HeadlessToolkit toolkit_;
   EndCodeRecorder recorder_;
+  host::HeldStill heldStill_;
 };
 
 }  // namespace kvl::cli

@@ -137,11 +137,10 @@ GroupNode& KVLExp::CreateSceneRoot() {
 void KVLExp::ParseTopLevelNodes(host::INode* hostRoot, GroupNode& sceneRoot) {
   // The root group stays the parent of every top-level node, even when a
   // sceneroot node takes over as the root of the written hierarchy.
+  translation_.nodesToWalk = CountNodesBelow(hostRoot);
+  translation_.nodesWalked = 0;
   const int count = hostRoot->NumberOfChildren();
-  for (int k = 0; k < count; ++k) {
-    ParseNode(hostRoot->GetChildNode(k), sceneRoot);
-    log_.progress = 10 + (40 * k) / count;
-  }
+  for (int k = 0; k < count; ++k) ParseNode(hostRoot->GetChildNode(k), sceneRoot);
 }
 
 void KVLExp::WriteOutput(const std::string& name, host::ExpInterface& host) {

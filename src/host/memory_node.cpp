@@ -1,5 +1,7 @@
 #include "host/memory_node.h"
 
+#include <algorithm>
+
 namespace kvl::host {
 
 INode* MemoryNode::GetChildNode(int index) {
@@ -17,11 +19,30 @@ Matrix3 MemoryNode::LocalTM(TimeValue t) const {
   return keys.empty() ? transform : InterpolateKeys(keys, t);
 }
 
+void MemoryNode::KeepWorldTransforms(bool keep) {
+  keepWorld_ = keep;
+  if (!keep) worldByTick_ = {};
+}
+
+Matrix3 MemoryNode::WorldTM(TimeValue t) {
+  Matrix3 tm = parent ? LocalTM(t) * parent->GetNodeTM(t) : LocalTM(t);
+  tm.ValidateFlags();
+  return tm;
+}
+
 Matrix3 MemoryNode::GetNodeTM(TimeValue t, Interval* valid) {
   if (valid) *valid = Interval(t, t);
   if (isRoot) return Matrix3(true);
-  Matrix3 tm = parent ? LocalTM(t) * parent->GetNodeTM(t) : LocalTM(t);
-  tm.ValidateFlags();
+  if (!keepWorld_) return WorldTM(t);
+  // The kept matrix is the very value WorldTM gave, so keeping changes no
+  // bit of any result; it only saves walking up to the root again.
+  const auto at = std::lower_bound(worldByTick_.begin(), worldByTick_.end(), t,
+                                   [](const std::pair<TimeValue, Matrix3>& kept, TimeValue tick) {
+                                     return kept.first < tick;
+                                   });
+  if (at != worldByTick_.end() && at->first == t) return at->second;
+  const Matrix3 tm = WorldTM(t);
+  worldByTick_.insert(at, {t, tm});
   return tm;
 }
 

@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/inode.h"
@@ -38,6 +39,11 @@ class MemoryNode : public INode {
   // Appends a child and makes this node its parent.
   MemoryNode& AddChild(std::unique_ptr<MemoryNode> child);
 
+  // With keep on, GetNodeTM keeps every world transform it works out, one
+  // per tick, and gives it back when asked for that tick again; off forgets
+  // them. Only for a scene that holds still meanwhile (see HeldStill).
+  void KeepWorldTransforms(bool keep);
+
   std::string name;
   uint32_t handle = 0;
   bool hidden = false;
@@ -55,7 +61,14 @@ class MemoryNode : public INode {
   std::unique_ptr<Object> object;
 
  private:
+  // The world transform at t, worked out from the parent's.
+  Matrix3 WorldTM(TimeValue t);
+
   Control controller_;
+  bool keepWorld_ = false;
+  // Ascending ticks. Samples are asked for in ascending order, so a new
+  // one nearly always goes at the end.
+  std::vector<std::pair<TimeValue, Matrix3>> worldByTick_;
 };
 
 }  // namespace kvl::host

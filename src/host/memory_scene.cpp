@@ -1,6 +1,32 @@
 #include "host/memory_scene.h"
 
 namespace kvl::host {
+namespace {
+
+// Every node below the root, without recursion: a hierarchy may be deeper
+// than the stack is safe for.
+template <class Visit>
+void ForEachNodeBelow(MemoryNode& root, Visit visit) {
+  std::vector<MemoryNode*> pending{&root};
+  while (!pending.empty()) {
+    MemoryNode* node = pending.back();
+    pending.pop_back();
+    for (auto& child : node->children) {
+      visit(*child);
+      pending.push_back(child.get());
+    }
+  }
+}
+
+}  // namespace
+
+HeldStill::HeldStill(MemoryScene& scene) : scene_(scene) {
+  ForEachNodeBelow(scene_.root, [](MemoryNode& node) { node.KeepWorldTransforms(!node.children.empty()); });
+}
+
+HeldStill::~HeldStill() {
+  ForEachNodeBelow(scene_.root, [](MemoryNode& node) { node.KeepWorldTransforms(false); });
+}
 
 bool MemoryInterface::ProgressStart(const char* title, bool showBar, ProgressFunction fn, void* arg) {
   if (progress_ && showBar) progress_->Start(title ? title : "");

@@ -25,6 +25,24 @@ class MemoryScene {
   MemoryNode root;
 };
 
+// Stands while an export runs, and the scene must not change meanwhile, as
+// the host's own scene cannot while an exporter has it. Every node with
+// children keeps its world transforms as they are worked out, so that a
+// node's world transform at a tick is its own times its parent's kept one:
+// sampling a hierarchy then costs its nodes times the ticks, instead of that
+// times its depth. A leaf is asked by no node below it and keeps nothing.
+// All is forgotten when it goes.
+class HeldStill {
+ public:
+  explicit HeldStill(MemoryScene& scene);
+  ~HeldStill();
+  HeldStill(const HeldStill&) = delete;
+  HeldStill& operator=(const HeldStill&) = delete;
+
+ private:
+  MemoryScene& scene_;
+};
+
 // What the host shows while an export runs. The command line draws it on a
 // terminal; tests record it.
 class ProgressDisplay {

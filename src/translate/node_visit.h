@@ -1,6 +1,8 @@
 // What the walk keeps while it visits one host node.
 #pragma once
 
+#include <cstdint>
+
 #include "host/inode.h"
 #include "scene/scene_nodes.h"
 #include "settings/config_store.h"
@@ -32,6 +34,9 @@ void HangUnder(GroupNode& parent, T& child) {
   child.parentId = parent.id;
   parent.children.push_back(&child);
 }
+
+// The nodes below `node`, not counting itself.
+uint64_t CountNodesBelow(host::INode* node);
 
 // True if the host name begins with exactly these three characters.
 inline bool HasPrefix(const std::string& name, const char* prefix) { return name.rfind(prefix, 0) == 0; }

@@ -32,13 +32,16 @@ struct Translation {
   bool vertexAnimation = false;  // deforming meshes as vertex animation
   bool splitMeshes = true;  // the host's preference: split what the file cannot hold, or cut it
   GroupNode* rootNode = nullptr;  // owned by the table; a sceneroot node may replace it
+  uint64_t nodesToWalk = 0;  // host nodes below the root
+  uint64_t nodesWalked = 0;  // of those, begun, or passed over below a hidden node
 
   uint32_t AllocateId() { return nextNodeId++; }
   uint32_t IdForHandle(uint32_t handle);
 };
 
 // Walks one host node and everything below it, hanging what it makes under
-// `parent` (a group-like node).
+// `parent` (a group-like node). The progress bar runs from 10 to 50 % over
+// the `nodesToWalk` nodes (CountNodesBelow the root).
 void ParseNode(Translation& t, host::INode* node, GroupNode& parent);
 
 // The walk's steps for one host node, in the order ParseNode runs them.

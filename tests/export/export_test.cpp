@@ -54,6 +54,48 @@ TEST(ExportProgress, EachStepAndEachTopLevelNodeMovesTheBar) {
   }
 }
 
+// Every node of the tree counts, at any depth, so the bar also moves down a
+// single deep chain; a hidden node's subtree counts as walked when it is
+// passed over. Each node shows what the node in its place in the walk would
+// show in a flat scene of as many nodes.
+TEST(ExportProgress, EveryNodeOfADeepTreeMovesTheBar) {
+  auto percents = [](const std::vector<std::string>& lines) {
+    std::vector<std::string> shown;
+    for (const std::string& line : lines) {
+      const size_t space = line.find(' ');
+      if (line.compare(space + 1, 15, "Exporting node ") == 0) shown.push_back(line);
+    }
+    return shown;
+  };
+  const std::vector<std::string> fiveFlat = {"10 Exporting node a", "10 Exporting node b", "18 Exporting node c",
+                                             "26 Exporting node d", "34 Exporting node e"};
+  struct Case {
+    const char* nodes;
+    std::vector<std::string> lines;
+  };
+  const Case cases[] = {
+      // A chain five deep, each node sampled as it turns over the animation.
+      {R"([{"name": "a", "keys": [{"tick": 0}, {"tick": 16000, "rotation": [0, 0, 1, 1]}], "children": [
+           {"name": "b", "keys": [{"tick": 0}, {"tick": 16000, "rotation": [0, 0, 1, 1]}], "children": [
+            {"name": "c", "keys": [{"tick": 0}, {"tick": 16000, "rotation": [0, 0, 1, 1]}], "children": [
+             {"name": "d", "keys": [{"tick": 0}, {"tick": 16000, "rotation": [0, 0, 1, 1]}], "children": [
+              {"name": "e", "keys": [{"tick": 0}, {"tick": 16000, "rotation": [0, 0, 1, 1]}]}]}]}]}]}])",
+       fiveFlat},
+      // Two top-level nodes, the first with three below it.
+      {R"([{"name": "a", "children": [{"name": "b"}, {"name": "c", "children": [{"name": "d"}]}]}, {"name": "e"}])",
+       fiveFlat},
+      // A hidden node's two children are not walked, but the bar passes them.
+      {R"([{"name": "a"}, {"name": "h", "hidden": true, "children": [{"name": "x"}, {"name": "y"}]},
+           {"name": "e"}])",
+       {"10 Exporting node a", "10 Exporting node h", "34 Exporting node e"}},
+  };
+  for (const Case& c : cases) {
+    ExportHarness run("deep_progress");
+    ASSERT_EQ(run.Export(Scene(c.nodes)), "");
+    EXPECT_EQ(percents(run.progress.lines), c.lines) << c.nodes;
+  }
+}
+
 // The host's side of an export that records what the exporter counted.
 class CountingHost : public host::ExpInterface {
  public:

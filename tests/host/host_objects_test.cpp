@@ -1,13 +1,19 @@
 // The memory host's matrices, meshes and materials where no export looks:
 // flags and products of matrices no scene builds, normals the exporter works
-// out for itself, and lookups out of range.
+// out for itself, and lookups out of range. And the world transforms a
+// scene held still keeps, which no output can tell from ones worked out
+// afresh.
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
+#include <optional>
+#include <vector>
 
 #include "host/matrix3.h"
 #include "host/memory_materials.h"
 #include "host/memory_objects.h"
+#include "host/memory_scene.h"
 
 namespace kvl::host {
 namespace {
@@ -83,6 +89,82 @@ TEST(Materials, LookupsOutOfRangeGiveNothing) {
   multi.subMaterials = {&wood, nullptr};
   EXPECT_EQ(multi.GetSubMtl(0), &wood);
   for (int i : {-1, 1, 2}) EXPECT_EQ(multi.GetSubMtl(i), nullptr) << i;
+}
+
+bool SameBits(const Matrix3& a, const Matrix3& b) { return std::memcmp(&a, &b, sizeof(Matrix3)) == 0; }
+
+MemoryNode& AddNode(MemoryNode& parent, std::vector<TransformKey> keys, const Matrix3& fixed = Matrix3(true)) {
+  auto node = std::make_unique<MemoryNode>();
+  node->keys = std::move(keys);
+  node->transform = fixed;
+  return parent.AddChild(std::move(node));
+}
+
+TransformKey Key(TimeValue tick, Point3 position, Quat rotation, Point3 scale = {1, 1, 1}) {
+  return {tick, position, rotation.Normalized(), scale};
+}
+
+// A keyed chain a-b-c-d under the root, with a fixed b that has a second,
+// fixed child e; c scales unevenly and mirrors. Asked deepest first at
+// ticks out of order, before, between and after the keys, and twice over.
+TEST(HeldStill, KeepsTheWorldTransformsWorkedOutAfresh) {
+  MemoryScene scene;
+  MemoryNode& a = AddNode(scene.root, {Key(0, {1, 2, 3}, {0, 0, 0.3f, 1}), Key(1600, {2, 0, 3}, {0.2f, 0, 0, 1})});
+  MemoryNode& b = AddNode(a, {}, Matrix3({0, 1.5f, 0}, {-1.5f, 0, 0}, {0, 0, 1.5f}, {0, 0, 4}));
+  MemoryNode& c = AddNode(b, {Key(400, {0, 1, 0}, {0, 0.4f, 0, 1}, {1, -2, 0.5f}),
+                              Key(2000, {0, 3, 0}, {0.1f, 0.1f, 0.7f, 1}, {2, -1, 0.5f})});
+  MemoryNode& d = AddNode(c, {Key(0, {0, 0, 1}, {0.3f, 0, 0, 1}), Key(800, {0, 0, 2}, {0, 0.3f, 0, 1}),
+                              Key(3200, {1, 0, 2}, {0, 0, 0.9f, 1})});
+  MemoryNode& e = AddNode(b, {}, Matrix3({1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {5, 0, 0}));
+  MemoryNode* const nodes[] = {&d, &e, &c, &b, &a};
+  const TimeValue ticks[] = {800, -160, 0, 3200, 800, 1600, 400, 1201, 0, 3200, 1599};
+
+  std::vector<Matrix3> afresh;
+  for (MemoryNode* node : nodes) {
+    for (TimeValue t : ticks) afresh.push_back(node->GetNodeTM(t));
+  }
+  HeldStill still(scene);
+  for (int round = 0; round < 2; ++round) {
+    size_t i = 0;
+    for (MemoryNode* node : nodes) {
+      for (TimeValue t : ticks) {
+        EXPECT_TRUE(SameBits(node->GetNodeTM(t), afresh[i])) << node->name << " at " << t << ", round " << round;
+        ++i;
+      }
+    }
+  }
+}
+
+// Held still, a tick once worked out is not worked out again; afterwards,
+// and in a later hold, it is. A change the hold forbids shows which one an
+// answer came from.
+TEST(HeldStill, WorksOutEachTickOnceWhileItStands) {
+  MemoryScene scene;
+  MemoryNode& top = AddNode(scene.root, {Key(0, {0, 0, 0}, {0, 0, 0, 1}), Key(1000, {0, 0, 0}, {0, 0, 1, 1})});
+  MemoryNode& middle = AddNode(top, {}, Matrix3({1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, 2, 0}));
+  MemoryNode& leaf = AddNode(middle, {}, Matrix3({1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 0, 0}));
+  const TimeValue asked[] = {750, 250, 500};
+  std::vector<Matrix3> before;
+  std::optional<HeldStill> still(std::in_place, scene);
+  for (TimeValue t : asked) before.push_back(leaf.GetNodeTM(t));
+
+  top.keys.back().rotation = Quat(0, 0, -1, 1).Normalized();
+  for (size_t i = 0; i < before.size(); ++i) {
+    EXPECT_TRUE(SameBits(leaf.GetNodeTM(asked[i]), before[i])) << "held, at " << asked[i];
+  }
+  const Matrix3 unasked = leaf.GetNodeTM(600);
+  still.reset();
+  EXPECT_TRUE(SameBits(leaf.GetNodeTM(600), unasked)) << "a tick first asked for after the change";
+  std::vector<Matrix3> after;
+  for (size_t i = 0; i < before.size(); ++i) {
+    after.push_back(leaf.GetNodeTM(asked[i]));
+    EXPECT_FALSE(SameBits(after.back(), before[i])) << "let go, at " << asked[i];
+  }
+  // Held again, nothing kept from the first hold comes back.
+  still.emplace(scene);
+  for (size_t i = 0; i < after.size(); ++i) {
+    EXPECT_TRUE(SameBits(leaf.GetNodeTM(asked[i]), after[i])) << "held again, at " << asked[i];
+  }
 }
 
 }  // namespace

@@ -77,6 +77,8 @@ class ExportHarness {
                    const std::string& outputName = "out.kvl") {
     if (!settingsIni.empty()) std::ofstream(folder_ / "kvlexp.ini", std::ios::binary) << settingsIni;
     scene_ = std::move(scene);
+    // As the program's host does, the scene holds still while it is exported.
+    host::HeldStill still(*scene_);
     host::MemoryInterface core(*scene_, &progress);
     std::ostringstream logShown, errors;
     ui::HeadlessToolkit toolkit({}, false, logShown, errors);
