@@ -48,6 +48,12 @@ Interval MemoryMeshObject::FramesValidity(TimeValue t) const {
 }
 
 Mesh* MemoryMeshObject::GetRenderMesh(TimeValue t, INode* node, View&, bool& needDelete) {
+  if (handOver && renderMesh && frames.empty() && !Deformed()) {
+    handOver = false;
+    renderMesh = false;
+    needDelete = true;
+    return new Mesh(std::move(mesh));
+  }
   Mesh* framed = FramedMesh(t, needDelete);
   if (!framed || !Deformed()) return framed;
   Mesh* deformed = needDelete ? framed : new Mesh(*framed);

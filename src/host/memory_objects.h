@@ -55,6 +55,11 @@ class MemoryMeshObject : public GeomObject {
   MeshSkin skin;
   std::vector<MorphTarget> morphTargets;
   bool renderMesh = true;
+  // Set by a host that loaded the scene for one export (HandOverMeshes): the
+  // first request for a mesh that nothing animates gets the mesh itself, to
+  // delete, and the object has no mesh from then on. Its memory goes as soon
+  // as the exporter has translated it instead of lasting to the end.
+  bool handOver = false;
 
  private:
   bool Deformed() const { return !skin.Empty() || !morphTargets.empty(); }

@@ -1,5 +1,7 @@
 #include "host/memory_scene.h"
 
+#include "host/memory_objects.h"
+
 namespace kvl::host {
 namespace {
 
@@ -26,6 +28,12 @@ HeldStill::HeldStill(MemoryScene& scene) : scene_(scene) {
 
 HeldStill::~HeldStill() {
   ForEachNodeBelow(scene_.root, [](MemoryNode& node) { node.KeepWorldTransforms(false); });
+}
+
+void HandOverMeshes(MemoryScene& scene) {
+  ForEachNodeBelow(scene.root, [](MemoryNode& node) {
+    if (auto* meshObject = dynamic_cast<MemoryMeshObject*>(node.object.get())) meshObject->handOver = true;
+  });
 }
 
 bool MemoryInterface::ProgressStart(const char* title, bool showBar, ProgressFunction fn, void* arg) {

@@ -43,6 +43,11 @@ class HeldStill {
   MemoryScene& scene_;
 };
 
+// For a scene loaded for one export only: each mesh that nothing animates
+// is handed to the exporter on its first request (MemoryMeshObject::
+// handOver), so that the scene's meshes do not outlast their translation.
+void HandOverMeshes(MemoryScene& scene);
+
 // What the host shows while an export runs. The command line draws it on a
 // terminal; tests record it.
 class ProgressDisplay {

@@ -2,7 +2,7 @@
 // flags and products of matrices no scene builds, normals the exporter works
 // out for itself, and lookups out of range. And the world transforms a
 // scene held still keeps, which no output can tell from ones worked out
-// afresh.
+// afresh. And the meshes a scene loaded for one export hands over.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -164,6 +164,48 @@ TEST(HeldStill, WorksOutEachTickOnceWhileItStands) {
   still.emplace(scene);
   for (size_t i = 0; i < after.size(); ++i) {
     EXPECT_TRUE(SameBits(leaf.GetNodeTM(asked[i]), after[i])) << "held again, at " << asked[i];
+  }
+}
+
+struct NoView : View {
+  Point2 ViewToScreen(Point3) override { return {0, 0}; }
+};
+
+// Handed over, a mesh nothing animates goes to the first caller whole, to be
+// deleted there, and the object has none left; a keyed mesh is asked for at
+// every sample and stays. A scene not handed over gives its meshes out as
+// often as asked.
+TEST(HandOverMeshes, GivesAStillMeshAwayOnceAndKeepsAnimatedOnes) {
+  MemoryScene scene;
+  auto still = std::make_unique<MemoryMeshObject>();
+  still->mesh.verts = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
+  auto keyed = std::make_unique<MemoryMeshObject>();
+  keyed->mesh.verts = {{0, 0, 0}, {2, 0, 0}, {0, 2, 0}};
+  keyed->frames.push_back({800, {{0, 0, 1}, {2, 0, 1}, {0, 2, 1}}});
+  MemoryMeshObject& stillObject = *still;
+  MemoryMeshObject& keyedObject = *keyed;
+  AddNode(scene.root, {}).object = std::move(still);
+  AddNode(scene.root, {}).object = std::move(keyed);
+  NoView view;
+  bool needDelete = true;
+
+  EXPECT_EQ(stillObject.GetRenderMesh(0, nullptr, view, needDelete), &stillObject.mesh) << "not handed over yet";
+  EXPECT_FALSE(needDelete);
+
+  HandOverMeshes(scene);
+  std::unique_ptr<Mesh> given(stillObject.GetRenderMesh(0, nullptr, view, needDelete));
+  ASSERT_TRUE(given && needDelete);
+  EXPECT_EQ(given->verts.size(), 3u);
+  EXPECT_EQ(given->verts[1].x, 1.0f);
+  EXPECT_TRUE(stillObject.mesh.verts.empty()) << "the object keeps no copy";
+  EXPECT_EQ(stillObject.GetRenderMesh(0, nullptr, view, needDelete), nullptr) << "given once";
+
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(keyedObject.GetRenderMesh(0, nullptr, view, needDelete), &keyedObject.mesh) << "round " << round;
+    EXPECT_FALSE(needDelete);
+    std::unique_ptr<Mesh> framed(keyedObject.GetRenderMesh(800, nullptr, view, needDelete));
+    ASSERT_TRUE(framed && needDelete);
+    EXPECT_EQ(framed->verts[1].z, 1.0f) << "round " << round;
   }
 }
 
