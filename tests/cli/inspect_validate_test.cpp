@@ -18,6 +18,7 @@
 #include "cli/export_command.h"
 #include "output/read/kvl_summary.h"
 #include "export_harness.h"
+#include "kvl_compare.h"
 #include "output/write/binary_writer.h"
 #include "output/read/kvl_reader.h"
 #include "output/read/kvl_validator.h"
@@ -161,6 +162,34 @@ TEST(KvlTruncation, EveryCutIsAnErrorOrLosesAReferencedChunk) {
   for (const ChunkEntry& c : whole.chunks) behindTheMesh += c.offset > meshOffset;
   EXPECT_GT(behindTheMesh, 0u);
   EXPECT_GE(boundaryCutsCaught, behindTheMesh);
+}
+
+// The reach of a buffer's vertices does not depend on the order its
+// submeshes come in: pieces at 70 000 and at 0 over 140 000 vertices reach
+// 0 to 65 535 and 70 000 to 135 535, and leave 65 536 to 69 999 and 135 536
+// to 139 999 (4 464 each) out of reach, whichever is listed first.
+TEST(ValidateKvl, VerticesOutOfReachWhateverTheOrderOfTheOffsets) {
+  for (const std::vector<uint32_t>& offsets : {std::vector<uint32_t>{70000, 0}, std::vector<uint32_t>{0, 70000}}) {
+    NodeTable table;
+    auto mesh = std::make_unique<MeshNode>();
+    mesh->id = 0, mesh->parentId = NODE_ID_NONE, mesh->name = "pieces";
+    auto buffer = std::make_unique<VertexBufferNode>();
+    buffer->id = 1;
+    buffer->lists.emplace_back().vertices.resize(140000);
+    for (uint32_t offset : offsets) {
+      Submesh piece;
+      piece.vertexBufferId = 1, piece.vertexOffset = offset, piece.vertexCount = 0;
+      mesh->submeshes.push_back(piece);
+    }
+    ASSERT_TRUE(table.Insert(std::move(mesh)) && table.Insert(std::move(buffer)));
+    table.settings.optimize = false;
+    const std::string file = testing::WrittenKvl(table);
+    const Validation v = ValidateKvl(std::span(reinterpret_cast<const uint8_t*>(file.data()), file.size()));
+    const std::string listing = Listing(v.problems);
+    EXPECT_NE(listing.find("8928 of the 140000 vertices lie out of reach"), std::string::npos)
+        << "offsets " << offsets[0] << ", " << offsets[1] << ":\n" << listing;
+    EXPECT_NE(listing.find("found vertex 65536 outside"), std::string::npos) << listing;
+  }
 }
 
 // Lights and loaders are records of the format that the exporter does not
