@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <memory>
 #include <system_error>
 
 #include "host/host_files.h"
@@ -52,11 +51,7 @@ bool WriteDepfile(const std::string& path, const std::string& output, const std:
   for (const std::string& file : files) rule += " \\\n  " + MakeEscaped(AbsolutePath(file));
   rule += "\n";
   std::string why;
-  std::unique_ptr<ReplacingFile> out = ReplacingFile::Open(path, "w", &why);
-  if (out) {
-    std::fwrite(rule.data(), 1, rule.size(), out->get());
-    if (out->Commit(&why)) return true;
-  }
+  if (ReplaceFileText(path, rule, &why)) return true;
   err << "kvlexp: " << path << ": cannot write the depfile: " << why << "\n";
   return false;
 }

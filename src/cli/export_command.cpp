@@ -145,9 +145,6 @@ int RunExport(const ExportRequest& request, std::ostream& out, std::ostream& err
     return EXIT_FAILED;
   }
   PrintSceneNotes(request.scenePath, *loaded.scene, loaded.notes, request.vertexAnimation, err);
-  // The scene was loaded for this export alone: its meshes may go as soon
-  // as they are translated.
-  host::HandOverMeshes(*loaded.scene);
 
   ExportRun run(!request.noSplit);
   // Checked while it is still under its temporary name: a file that fails

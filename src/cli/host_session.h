@@ -42,6 +42,9 @@ class HostSession {
         toolkit_(request.edits, request.cancel, out, err),
         recorder_(request.dialogs ? *request.dialogs : static_cast<DialogToolkit&>(toolkit_)),
         heldStill_(scene) {
+    // The scene was loaded for this export alone: its meshes may go as soon
+    // as they are translated.
+    host::HandOverMeshes(scene);
     host::SetCOREInterface(&core_);
     host::SetDriveFolder('c', request.driveFolder);
     host::ForgetHostFilesRead();

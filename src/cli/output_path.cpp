@@ -8,17 +8,24 @@ namespace kvl::cli {
 
 namespace fs = std::filesystem;
 
-bool EndsInKvl(const std::string& path) {
-  if (path.size() < 3) return false;
+namespace {
+
+// The type a name gives a file, as the exporter reads it: the last three
+// characters in upper case, no dot looked for; empty for a shorter name.
+std::string TypeOfName(const std::string& path) {
+  if (path.size() < 3) return "";
   std::string ending = path.substr(path.size() - 3);
   for (char& c : ending) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return ending == "KVL";
+  return ending;
 }
 
+}  // namespace
+
+bool EndsInKvl(const std::string& path) { return TypeOfName(path) == "KVL"; }
+
 bool ExporterTakes(host::SceneExport& exporter, const std::string& path) {
-  if (path.size() < 3) return false;
-  std::string ending = path.substr(path.size() - 3);
-  for (char& c : ending) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  const std::string ending = TypeOfName(path);
+  if (ending.empty()) return false;
   for (int i = 0; i < exporter.ExtCount(); ++i) {
     if (ending == exporter.Ext(i)) return true;
   }

@@ -1,7 +1,6 @@
 #include "cli/preview_command.h"
 
 #include <filesystem>
-#include <memory>
 #include <ostream>
 #include <vector>
 
@@ -63,12 +62,7 @@ int RunPreview(const PreviewRequest& request, std::ostream& out, std::ostream& e
   // no half page and keeps an earlier one, a device is written in place,
   // and two previews at once do not share a temporary name.
   std::string why;
-  std::unique_ptr<ReplacingFile> file = ReplacingFile::Open(pagePath, "wb", &why);
-  if (file) {
-    std::fwrite(page.data(), 1, page.size(), file->get());
-    if (file->Commit(&why)) why.clear();
-  }
-  if (!file || !why.empty()) {
+  if (!ReplaceFileText(pagePath, page, &why)) {
     err << "kvlexp: " << pagePath << ": cannot write the preview page: " << why << "\n";
     return EXIT_FAILED;
   }

@@ -1,7 +1,5 @@
 #include "log/export_log.h"
 
-#include <cstdio>
-#include <memory>
 
 #include "host/host_files.h"
 #include "host/interface.h"
@@ -37,11 +35,7 @@ const std::string& ExportLog::GetText() {
 
 void ExportLog::WriteFile(const std::string& path) {
   // The old log stays whole until the new one is complete.
-  std::unique_ptr<ReplacingFile> file = ReplacingFile::Open(host::HostPath(path), "w");
-  if (!file) return;
-  const std::string& text = GetText();
-  std::fwrite(text.data(), 1, text.size(), file->get());
-  file->Commit();
+  ReplaceFileText(host::HostPath(path), GetText());
 }
 
 }  // namespace kvl

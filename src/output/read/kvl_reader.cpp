@@ -11,18 +11,10 @@
 namespace kvl {
 namespace {
 
-// The versions the writer gives the chunk type; a chunk the writer never
-// makes has none.
-bool VersionKnown(uint16_t chunkType, uint16_t version) {
-  const RecordKind* kind = RecordKindOfChunk(chunkType);
-  return kind && version >= kind->firstVersion && version <= kind->lastVersion;
-}
-
-std::string ExpectedVersions(uint16_t chunkType) {
-  const RecordKind* kind = RecordKindOfChunk(chunkType);
-  if (!kind) return "0";
-  if (kind->firstVersion == kind->lastVersion) return std::to_string(kind->firstVersion);
-  return std::to_string(kind->firstVersion) + " or " + std::to_string(kind->lastVersion);
+// The versions the writer gives a chunk of this kind, as a message says them.
+std::string ExpectedVersions(const RecordKind& kind) {
+  if (kind.firstVersion == kind.lastVersion) return std::to_string(kind.firstVersion);
+  return std::to_string(kind.firstVersion) + " or " + std::to_string(kind.lastVersion);
 }
 
 template <class T>
@@ -65,16 +57,17 @@ uint32_t ReadLE(std::span<const uint8_t> bytes, size_t at, int size) {
 // Decodes one complete chunk and files its record.
 void ReadChunk(KvlDocument& doc, std::span<const uint8_t> payload, size_t index) {
   ChunkEntry& chunk = doc.chunks[index];
-  if (!RecordKindOfChunk(chunk.chunkType)) {
+  const RecordKind* kind = RecordKindOfChunk(chunk.chunkType);
+  if (!kind) {
     doc.problems.push_back(ChunkProblem(chunk, chunk.offset, Severity::ERROR,
                                         "chunk type " + std::to_string(chunk.chunkType) +
                                             " is not a type of the format; skipped by its size"));
     return;
   }
-  if (!VersionKnown(chunk.chunkType, chunk.version)) {
+  if (chunk.version < kind->firstVersion || chunk.version > kind->lastVersion) {
     doc.problems.push_back(ChunkProblem(chunk, chunk.offset + 2, Severity::ERROR,
                                         "unknown version of this chunk type, skipped by its size (expected " +
-                                            ExpectedVersions(chunk.chunkType) + ", found " +
+                                            ExpectedVersions(*kind) + ", found " +
                                             std::to_string(chunk.version) + ")"));
     return;
   }

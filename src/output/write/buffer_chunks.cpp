@@ -35,11 +35,7 @@ std::unique_ptr<Chunk> EncodeVertexBuffer(const VertexBufferNode& buffer, std::F
   for (const VertexList& list : buffer.lists) {
     size += (morphing ? 0 : 10) + uint64_t{list.vertices.size()} * VertexStride(morphing ? buffer.flags : list.flags);
   }
-  if (stream) {
-    c->StreamTo(stream, static_cast<uint32_t>(size));
-  } else {
-    c->Reserve(size);
-  }
+  c->Prepare(stream, size);
   if (morphing) {
     c->PutU32(static_cast<uint32_t>(buffer.lists.size()));
     c->PutU32(buffer.flags);
@@ -60,11 +56,7 @@ std::unique_ptr<Chunk> EncodeVertexBuffer(const VertexBufferNode& buffer, std::F
 std::unique_ptr<Chunk> EncodeFaceList(const FaceListNode& faces, std::FILE* stream) {
   auto c = ChunkOfKind(NODE_FACE_LIST, faces.id);
   const uint64_t size = 2 + 2 * uint64_t{faces.indices.size()};
-  if (stream) {
-    c->StreamTo(stream, static_cast<uint32_t>(size));
-  } else {
-    c->Reserve(size);
-  }
+  c->Prepare(stream, size);
   c->PutU16(static_cast<uint32_t>(faces.indices.size()));
   for (uint32_t index : faces.indices) c->PutU16(index);
   return c;
@@ -96,11 +88,7 @@ std::unique_ptr<Chunk> EncodeTriangleInfoBuffer(const TriangleInfoBufferNode& bu
   const uint64_t perTriangle = (buffer.flags & TRIANGLE_COLORS ? 12 : 0) + (buffer.flags & TRIANGLE_NORMAL ? 12 : 0) +
                                (buffer.flags & TRIANGLE_UVS ? 24 : 0);
   const uint64_t size = 6 + buffer.triangles.size() * perTriangle;
-  if (stream) {
-    c->StreamTo(stream, static_cast<uint32_t>(size));
-  } else {
-    c->Reserve(size);
-  }
+  c->Prepare(stream, size);
   // Unlike the vertex buffer, the count comes before the flags here.
   c->PutU16(static_cast<uint32_t>(buffer.triangles.size()));
   c->PutU32(buffer.flags);

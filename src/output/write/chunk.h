@@ -45,6 +45,15 @@ class Chunk {
   // come to `payloadSize` bytes (the file is then wrong, and must not stand).
   void StreamTo(std::FILE* file, uint32_t payloadSize);
   bool Finish();
+  // For an encoder that knows its payload's size: streams it to `file` when
+  // one is given, else makes room for it in memory.
+  void Prepare(std::FILE* file, uint64_t payloadSize) {
+    if (file) {
+      StreamTo(file, static_cast<uint32_t>(payloadSize));
+    } else {
+      Reserve(payloadSize);
+    }
+  }
 
   // Header and payload, as the file holds them.
   std::vector<uint8_t> Bytes() const;
