@@ -137,7 +137,7 @@ std::vector<std::string> RandomCharacters(std::mt19937& random, size_t bytes) {
 std::string StoredString(std::string_view name) {
   Chunk chunk(0, 0, 0);
   chunk.PutString(name);
-  const std::vector<uint8_t>& payload = chunk.payload();
+  const std::span<const uint8_t> payload = chunk.payload();
   EXPECT_EQ(payload.size(), 1u + payload[0]);
   return std::string(payload.begin() + 1, payload.end());
 }

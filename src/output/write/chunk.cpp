@@ -1,29 +1,25 @@
 #include "output/write/chunk.h"
 
+#include <algorithm>
+
 #include "platform/text_escapes.h"
 
 namespace kvl {
 
+void Chunk::Grow(size_t needed) {
+  const size_t capacity = std::max(needed, 2 * capacity_);
+  auto data = std::make_unique_for_overwrite<uint8_t[]>(capacity);
+  if (size_ != 0) std::memcpy(data.get(), data_.get(), size_);
+  data_ = std::move(data);
+  capacity_ = capacity;
+}
+
 void Chunk::PutBytes(int32_t count, const void* data) {
   if (count <= 0) return;
-  const auto* bytes = static_cast<const uint8_t*>(data);
-  payload_.insert(payload_.end(), bytes, bytes + count);
-  if (stream_ && payload_.size() >= STREAM_SLICE) WriteSlice();
-}
-
-void Chunk::PutVec2(const float p[2]) {
-  PutF32(p[0]);
-  PutF32(p[1]);
-}
-
-void Chunk::PutVec3(const float p[3]) {
-  PutVec2(p);
-  PutF32(p[2]);
-}
-
-void Chunk::PutQuat(const float p[4]) {
-  PutVec3(p);
-  PutF32(p[3]);
+  Reserve(static_cast<size_t>(count));
+  std::memcpy(data_.get() + size_, data, static_cast<size_t>(count));
+  size_ += static_cast<size_t>(count);
+  if (stream_ && size_ >= STREAM_SLICE) WriteSlice();
 }
 
 void Chunk::PutString(std::string_view text) {
@@ -35,7 +31,7 @@ void Chunk::PutString(std::string_view text) {
 }
 
 void Chunk::HeaderBytes(uint8_t header[HEADER_SIZE]) const {
-  const uint32_t size = stream_ ? declaredSize_ : static_cast<uint32_t>(payload_.size());
+  const uint32_t size = stream_ ? declaredSize_ : static_cast<uint32_t>(size_);
   const uint32_t fields[3] = {chunkType_ | uint32_t{version_} << 16, id_, size};
   for (int f = 0; f < 3; ++f) {
     for (int b = 0; b < 4; ++b) header[4 * f + b] = static_cast<uint8_t>(fields[f] >> (8 * b));
@@ -45,7 +41,7 @@ void Chunk::HeaderBytes(uint8_t header[HEADER_SIZE]) const {
 std::vector<uint8_t> Chunk::Bytes() const {
   std::vector<uint8_t> bytes(HEADER_SIZE);
   HeaderBytes(bytes.data());
-  bytes.insert(bytes.end(), payload_.begin(), payload_.end());
+  bytes.insert(bytes.end(), data_.get(), data_.get() + size_);
   return bytes;
 }
 
@@ -53,7 +49,7 @@ void Chunk::WriteTo(std::FILE* file) const {
   uint8_t header[HEADER_SIZE];
   HeaderBytes(header);
   std::fwrite(header, 1, HEADER_SIZE, file);
-  if (!payload_.empty()) std::fwrite(payload_.data(), 1, payload_.size(), file);
+  if (size_ != 0) std::fwrite(data_.get(), 1, size_, file);
 }
 
 void Chunk::StreamTo(std::FILE* file, uint32_t payloadSize) {
@@ -62,14 +58,14 @@ void Chunk::StreamTo(std::FILE* file, uint32_t payloadSize) {
   uint8_t header[HEADER_SIZE];
   HeaderBytes(header);
   std::fwrite(header, 1, HEADER_SIZE, file);
-  payload_.reserve(STREAM_SLICE + 64);
+  Reserve(STREAM_SLICE + 64);
   WriteSlice();  // what was put before streaming began
 }
 
 void Chunk::WriteSlice() {
-  std::fwrite(payload_.data(), 1, payload_.size(), stream_);
-  streamed_ += payload_.size();
-  payload_.clear();
+  std::fwrite(data_.get(), 1, size_, stream_);
+  streamed_ += size_;
+  size_ = 0;
 }
 
 bool Chunk::Finish() {
