@@ -21,6 +21,7 @@
 #include "cli/each_command.h"
 #include "cli/exit_codes.h"
 #include "cli/export_command.h"
+#include "cli/heap_tuning.h"
 #include "cli/info_command.h"
 #include "cli/inspect_command.h"
 #include "cli/preview_command.h"
@@ -184,6 +185,7 @@ int WriteSettingsFile(const std::string& path, const std::string& from) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  kvl::cli::TuneHeapForBigScenes(argv);
   CLI::App app{"kvlexp: exports a 3D scene to a Kelvane KVL file or a readable TXT dump"};
   app.set_version_flag("--version", std::string("kvlexp ") + KVL_VERSION);
   app.require_subcommand(1);
