@@ -7,9 +7,18 @@ int Mesh::getNumMapVerts(int channel) const {
   return it == maps.end() ? 0 : static_cast<int>(it->second.tv.size());
 }
 
-TVFace* Mesh::mapFaces(int channel) {
+std::vector<TVFace>& MeshMap::Faces() {
+  if (!tf_) {
+    tf_ = std::make_shared<std::vector<TVFace>>();
+  } else if (tf_.use_count() > 1) {
+    tf_ = std::make_shared<std::vector<TVFace>>(*tf_);
+  }
+  return *tf_;
+}
+
+const TVFace* Mesh::mapFaces(int channel) const {
   auto it = maps.find(channel);
-  return it == maps.end() ? nullptr : it->second.tf.data();
+  return it == maps.end() ? nullptr : it->second.FaceData();
 }
 
 UVVert* Mesh::mapVerts(int channel) {
@@ -24,7 +33,11 @@ Point3 Unit(const Point3& p) {
 }
 }  // namespace
 
-void Mesh::buildNormals() {
+const Mesh::Normals& Mesh::BuiltNormals() const {
+  if (!normalsWanted_ || normalsBuilt_) return normals_;
+  normalsBuilt_ = true;
+  std::vector<Point3>& faceNormals = normals_.faceNormals;
+  std::vector<Point3>& vertexNormals = normals_.vertexNormals;
   faceNormals.assign(faces.size(), Point3());
   vertexNormals.assign(verts.size(), Point3());
   for (size_t f = 0; f < faces.size(); ++f) {
@@ -37,6 +50,7 @@ void Mesh::buildNormals() {
     for (uint32_t v : face.v) vertexNormals[v] = vertexNormals[v] + faceNormals[f];
   }
   for (Point3& n : vertexNormals) n = Unit(n);
+  return normals_;
 }
 
 }  // namespace kvl::host

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <vector>
 
 #include "host/point3.h"
@@ -39,7 +40,18 @@ class TVFace {
 class MeshMap {
  public:
   std::vector<UVVert> tv;
-  std::vector<TVFace> tf;
+
+  // Per face, its corners' indices into tv. Channels made from the same
+  // per-vertex data (a file's colours and their alpha, often its texture
+  // coordinates too) hold one list between them: it is 12 bytes a face.
+  // Faces() gives this channel a list of its own to fill, copying a shared
+  // one first; ShareFaces makes it use `faces`, as other channels may.
+  std::vector<TVFace>& Faces();
+  void ShareFaces(std::shared_ptr<std::vector<TVFace>> faces) { tf_ = std::move(faces); }
+  const TVFace* FaceData() const { return tf_ ? tf_->data() : nullptr; }
+
+ private:
+  std::shared_ptr<std::vector<TVFace>> tf_;
 };
 
 class Mesh {
@@ -56,20 +68,31 @@ class Mesh {
   // 0 for a channel that the mesh does not have.
   int getNumMapVerts(int channel) const;
   // Null for a channel that the mesh does not have.
-  TVFace* mapFaces(int channel);
+  // Read only: channels may share their faces (MeshMap::ShareFaces).
+  const TVFace* mapFaces(int channel) const;
   UVVert* mapVerts(int channel);
   bool mapSupport(int channel) const { return maps.count(channel) != 0; }
   MeshMap& Map(int channel) { return maps[channel]; }
 
   // Face normals, and per vertex the normalised sum of its faces' normals.
-  void buildNormals();
-  const Point3& getFaceNormal(int face) const { return faceNormals[static_cast<size_t>(face)]; }
-  const Point3& getNormal(int vertex) const { return vertexNormals[static_cast<size_t>(vertex)]; }
+  // Worked out when first asked for after buildNormals, from the mesh as it
+  // is then: an exporter that calls buildNormals as a matter of course but
+  // reads no normal pays nothing for them (a million faces would cost 18 MB).
+  void buildNormals() { normalsWanted_ = true; normalsBuilt_ = false; }
+  const Point3& getFaceNormal(int face) const { return BuiltNormals().faceNormals[static_cast<size_t>(face)]; }
+  const Point3& getNormal(int vertex) const { return BuiltNormals().vertexNormals[static_cast<size_t>(vertex)]; }
 
  private:
+  struct Normals {
+    std::vector<Point3> faceNormals;
+    std::vector<Point3> vertexNormals;
+  };
+  const Normals& BuiltNormals() const;
+
   std::map<int, MeshMap> maps;
-  std::vector<Point3> faceNormals;
-  std::vector<Point3> vertexNormals;
+  bool normalsWanted_ = false;
+  mutable bool normalsBuilt_ = false;
+  mutable Normals normals_;
 };
 
 }  // namespace kvl::host

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -76,6 +77,19 @@ TEST(Mesh, BuildNormalsSumsUnitFaceNormalsAtEachVertex) {
   EXPECT_EQ(mesh.getNormal(1), Point3(0, 0, 1));
   EXPECT_NEAR(mesh.getNormal(0).x, k / len, 1e-6f);
   EXPECT_NEAR(mesh.getNormal(0).z, (1 + k) / len, 1e-6f);
+}
+
+TEST(Mesh, ChannelsThatShareFacesPartWhenOneIsFilledAgain) {
+  Mesh mesh;
+  auto shared = std::make_shared<std::vector<TVFace>>(1);
+  shared->front().t[1] = 7;
+  mesh.Map(MAP_TEXCOORD).ShareFaces(shared);
+  mesh.Map(MAP_COLOR).ShareFaces(shared);
+  EXPECT_EQ(mesh.mapFaces(MAP_TEXCOORD), mesh.mapFaces(MAP_COLOR));
+  mesh.Map(MAP_COLOR).Faces().front().t[1] = 9;
+  EXPECT_EQ(mesh.mapFaces(MAP_TEXCOORD)[0].t[1], 7u);
+  EXPECT_EQ(mesh.mapFaces(MAP_COLOR)[0].t[1], 9u);
+  EXPECT_EQ(mesh.mapFaces(MAP_ALPHA), nullptr);
 }
 
 TEST(Materials, LookupsOutOfRangeGiveNothing) {

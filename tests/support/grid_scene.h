@@ -52,7 +52,7 @@ inline std::unique_ptr<host::MemoryScene> MakeGridScene(uint32_t columns, uint32
     for (const host::Face& face : mesh.faces) {
       host::TVFace tf;
       for (int k = 0; k < 3; ++k) tf.t[k] = face.v[k];
-      map.tf.push_back(tf);
+      map.Faces().push_back(tf);
     }
   }
 

@@ -1,6 +1,7 @@
 #include "sources/assimp/assimp_mesh.h"
 
 #include <cstring>
+#include <memory>
 
 #include "host/memory_materials.h"
 #include "sources/assimp/assimp_deformers.h"
@@ -100,12 +101,13 @@ host::Mtl* MultiMaterial(AssimpBuild& build, const std::vector<host::Mtl*>& slot
 }
 
 // One map channel: the values of every source vertex, in the order of the
-// meshes, and per face its corners' indices into them.
+// meshes, and per face its corners' indices into them (shared by all the
+// channels, as all index the same source vertices).
 void FillChannel(host::Mesh& mesh, int channel, std::vector<host::UVVert> values,
-                 std::vector<host::TVFace> sourceFaces) {
+                 const std::shared_ptr<std::vector<host::TVFace>>& sourceFaces) {
   host::MeshMap& map = mesh.Map(channel);
   map.tv = std::move(values);
-  map.tf = std::move(sourceFaces);
+  map.ShareFaces(sourceFaces);
 }
 
 }  // namespace
@@ -261,10 +263,13 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
     }
     SmoothingGroupsFromCornerNormals(mesh.faces, mesh.verts.size(), std::move(perCorner));
   }
-  if (anyUV) FillChannel(mesh, host::MAP_TEXCOORD, std::move(uvs), anyColor ? sourceFaces : std::move(sourceFaces));
-  if (anyColor) {
-    FillChannel(mesh, host::MAP_COLOR, std::move(colors), sourceFaces);
-    FillChannel(mesh, host::MAP_ALPHA, std::move(alphas), std::move(sourceFaces));
+  if (anyUV || anyColor) {
+    const auto shared = std::make_shared<std::vector<host::TVFace>>(std::move(sourceFaces));
+    if (anyUV) FillChannel(mesh, host::MAP_TEXCOORD, std::move(uvs), shared);
+    if (anyColor) {
+      FillChannel(mesh, host::MAP_COLOR, std::move(colors), shared);
+      FillChannel(mesh, host::MAP_ALPHA, std::move(alphas), shared);
+    }
   }
   if (dropped != 0) {
     build.LeaveBehind("points and lines are left out (the host's meshes hold triangles only)", nodeName);

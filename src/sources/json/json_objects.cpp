@@ -74,9 +74,10 @@ void ReadChannel(const Json& value, const std::string& path, host::Mesh& mesh, i
     Fail(facesPath, std::to_string(faceCount) + " faces, but the mesh has " + std::to_string(mesh.faces.size()) +
                         " (a channel has one face per mesh face)");
   }
-  map.tf.resize(faceCount);
+  std::vector<host::TVFace>& corners = map.Faces();
+  corners.resize(faceCount);
   for (size_t f = 0; f < faceCount; ++f) {
-    ReadCorners((*faces)[f], IndexPath(facesPath, f), map.tv.size(), "channel vertices", map.tf[f].t);
+    ReadCorners((*faces)[f], IndexPath(facesPath, f), map.tv.size(), "channel vertices", corners[f].t);
   }
 }
 
