@@ -9,7 +9,7 @@
 #     of the 400-deep one (`assimp export chain400.gltf x.gltf`).
 #
 # Every run is a whole process as a user starts it (kvlexp with its
-# isolation on), RUNS times; the table shows min–max of wall time and of
+# isolation on), RUNS times, the runs taking turns; the table shows min–max of wall time and of
 # peak memory (GNU time's maximum resident set, the isolated export's child
 # included). Ratios are of the minimums. Time per node leaves out the time
 # of a chain one node deep, which is what any scene costs to start, load
@@ -47,53 +47,50 @@ assimp export big.ply big.glb >/dev/null
 rm big.ply
 for depth in 1 50 400; do python3 "$root/bench/make_chain.py" "chain$depth.gltf" "$depth"; done
 
-# Runs the command RUNS times; sets min_wall, max_wall (seconds) and
-# min_mem, max_mem (MiB). A failing run stops the benchmark with its output.
-measure() {
-  min_wall='' max_wall='' min_mem='' max_mem=''
-  local i start end wall mem
-  for ((i = 0; i < runs; i++)); do
-    start=$EPOCHREALTIME
-    if ! /usr/bin/time -f '%e %M' -o time.txt "$@" >run.log 2>&1; then
-      echo "compare_peers: failed: $*" >&2
-      cat run.log >&2
-      exit 1
-    fi
-    end=$EPOCHREALTIME
-    wall=$(awk -v a="$start" -v b="$end" 'BEGIN { printf "%.3f", b - a }')
-    mem=$(awk 'END { printf "%.0f", $2 / 1024 }' time.txt)
-    min_wall=$(awk -v a="$wall" -v b="${min_wall:-$wall}" 'BEGIN { print (a < b ? a : b) }')
-    max_wall=$(awk -v a="$wall" -v b="${max_wall:-$wall}" 'BEGIN { print (a > b ? a : b) }')
-    min_mem=$(awk -v a="$mem" -v b="${min_mem:-$mem}" 'BEGIN { print (a < b ? a : b) }')
-    max_mem=$(awk -v a="$mem" -v b="${max_mem:-$mem}" 'BEGIN { print (a > b ? a : b) }')
-  done
+# Runs the command once as the run called NAME and keeps its min and max
+# wall time (seconds) and peak memory (MiB). A failing run stops the
+# benchmark with its output.
+declare -A min_wall max_wall min_mem max_mem
+run_once() {
+  local name=$1 start end wall mem
+  shift
+  start=$EPOCHREALTIME
+  if ! /usr/bin/time -f '%e %M' -o time.txt "$@" >run.log 2>&1; then
+    echo "compare_peers: failed: $*" >&2
+    cat run.log >&2
+    exit 1
+  fi
+  end=$EPOCHREALTIME
+  wall=$(awk -v a="$start" -v b="$end" 'BEGIN { printf "%.3f", b - a }')
+  mem=$(awk 'END { printf "%.0f", $2 / 1024 }' time.txt)
+  min_wall[$name]=$(awk -v a="$wall" -v b="${min_wall[$name]:-$wall}" 'BEGIN { print (a < b ? a : b) }')
+  max_wall[$name]=$(awk -v a="$wall" -v b="${max_wall[$name]:-$wall}" 'BEGIN { print (a > b ? a : b) }')
+  min_mem[$name]=$(awk -v a="$mem" -v b="${min_mem[$name]:-$mem}" 'BEGIN { print (a < b ? a : b) }')
+  max_mem[$name]=$(awk -v a="$mem" -v b="${max_mem[$name]:-$mem}" 'BEGIN { print (a > b ? a : b) }')
 }
 
+# The runs take turns, so that a busy spell of the machine falls on all of
+# them alike rather than on whichever ran then. --set takes every word
+# after it, so it comes after the scene and output.
+for ((i = 0; i < runs; i++)); do
+  run_once pack gltfpack -i big.glb -o out.glb -noq
+  run_once big "$kvlexp" export big.glb out.kvl --set displaylog=0
+  for depth in 1 50 400; do
+    run_once "chain$depth" "$kvlexp" export "chain$depth.gltf" "chain$depth.kvl" --set displaylog=0
+  done
+  run_once assimp assimp export chain400.gltf x.gltf
+done
+
 rows=()
-row() { rows+=("| \`$1\` | $min_wall–$max_wall s | $min_mem–$max_mem MiB |"); }
-
-measure gltfpack -i big.glb -o out.glb -noq
-row "gltfpack -i big.glb -o out.glb -noq"
-pack_wall=$min_wall pack_mem=$min_mem
-
-# --set takes every word after it, so it comes after the scene and output.
-measure "$kvlexp" export big.glb out.kvl --set displaylog=0
-row "kvlexp export big.glb out.kvl"
-big_wall=$min_wall big_mem=$min_mem
-
-measure "$kvlexp" export chain1.gltf chain1.kvl --set displaylog=0
-row "kvlexp export chain1.gltf chain1.kvl"
-chain1_wall=$min_wall
-measure "$kvlexp" export chain50.gltf chain50.kvl --set displaylog=0
-row "kvlexp export chain50.gltf chain50.kvl"
-chain50_wall=$min_wall
-measure "$kvlexp" export chain400.gltf chain400.kvl --set displaylog=0
-row "kvlexp export chain400.gltf chain400.kvl"
-chain400_wall=$min_wall
-
-measure assimp export chain400.gltf x.gltf
-row "assimp export chain400.gltf x.gltf"
-assimp_wall=$min_wall
+row() { rows+=("| \`$2\` | ${min_wall[$1]}–${max_wall[$1]} s | ${min_mem[$1]}–${max_mem[$1]} MiB |"); }
+row pack "gltfpack -i big.glb -o out.glb -noq"
+row big "kvlexp export big.glb out.kvl"
+for depth in 1 50 400; do row "chain$depth" "kvlexp export chain$depth.gltf chain$depth.kvl"; done
+row assimp "assimp export chain400.gltf x.gltf"
+pack_wall=${min_wall[pack]} pack_mem=${min_mem[pack]}
+big_wall=${min_wall[big]} big_mem=${min_mem[big]}
+chain1_wall=${min_wall[chain1]} chain50_wall=${min_wall[chain50]} chain400_wall=${min_wall[chain400]}
+assimp_wall=${min_wall[assimp]}
 
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", a / b }'; }
 per_node() { awk -v t="$1" -v base="$chain1_wall" -v n="$2" 'BEGIN { printf "%.3f", 1000 * (t - base) / (n - 1) }'; }
