@@ -28,6 +28,11 @@ uint64_t PiecesOf(const NodeTable& table, const Submesh& s) {
 // Lays a mesh out again, piece by piece. Every piece (an unsplit submesh is
 // a piece of its own) gets a block of the vertex lists of its own, in order
 // of first use, so all its indices are relative to its vertexOffset.
+//
+// The triangle info buffers are cut into their pieces last, in
+// FinishTriangles, once the old vertex lists and face lists are gone: a
+// million triangles are 48 MB of them, and the memory given back by the
+// rest is where their pieces go.
 class Relayout {
  public:
   Relayout(NodeTable& table, VertexBufferNode& buffer, const std::function<uint32_t()>& allocateId)
@@ -53,8 +58,11 @@ class Relayout {
       return;
     }
     const std::vector<uint32_t> indices = std::move(faces->indices);
-    std::vector<TriangleInfo> triangles;
-    if (info) triangles = std::move(info->triangles);
+    PendingTriangles* pending = nullptr;
+    if (info) {
+      pending = &pendingTriangles_.emplace_back();
+      pending->triangles = std::move(info->triangles);
+    }
     const size_t triangleCount = indices.size() / 3;
     for (size_t first = 0; first < triangleCount || first == 0; first += TRIANGLES_PER_PIECE) {
       const size_t last = std::min(triangleCount, first + TRIANGLES_PER_PIECE);
@@ -76,13 +84,26 @@ class Relayout {
       for (size_t i = 3 * first; i < 3 * last; ++i) {
         pieceFaces.indices.push_back(LocalIndex(static_cast<uint64_t>(indices[i]) + s.vertexOffset));
       }
-      if (pieceInfo) {
-        const size_t end = std::min(last, triangles.size());
-        pieceInfo->triangles.assign(triangles.begin() + static_cast<std::ptrdiff_t>(std::min(first, end)),
-                                    triangles.begin() + static_cast<std::ptrdiff_t>(end));
-      }
+      if (pieceInfo) pending->pieces.push_back({pieceInfo, first, last});
       out.push_back(piece);
       if (triangleCount == 0) break;
+    }
+  }
+
+  // Gives every piece its triangles, after the old vertices are let go.
+  void FinishTriangles() {
+    old_.clear();
+    old_.shrink_to_fit();
+    pieceOf_ = {};
+    localIndex_ = {};
+    for (PendingTriangles& pending : pendingTriangles_) {
+      const std::vector<TriangleInfo>& triangles = pending.triangles;
+      for (const PendingPiece& piece : pending.pieces) {
+        const size_t end = std::min(piece.last, triangles.size());
+        piece.info->triangles.assign(triangles.begin() + static_cast<std::ptrdiff_t>(std::min(piece.first, end)),
+                                     triangles.begin() + static_cast<std::ptrdiff_t>(end));
+      }
+      pending = {};
     }
   }
 
@@ -122,12 +143,23 @@ class Relayout {
     return pieceStart_;
   }
 
+  // A submesh's triangles, taken from its buffer, and the pieces they go to.
+  struct PendingPiece {
+    TriangleInfoBufferNode* info;
+    size_t first, last;  // triangles [first, last) of the submesh
+  };
+  struct PendingTriangles {
+    std::vector<TriangleInfo> triangles;
+    std::vector<PendingPiece> pieces;
+  };
+
   NodeTable& table_;
   VertexBufferNode& buffer_;
   const std::function<uint32_t()>& allocateId_;
   std::vector<std::vector<Vertex>> old_;
   std::vector<uint64_t> pieceOf_;
   std::vector<uint32_t> localIndex_;
+  std::vector<PendingTriangles> pendingTriangles_;
   uint64_t pieceNumber_ = 0;
   uint64_t startedPiece_ = NONE;
   size_t pieceStart_ = 0;
@@ -168,6 +200,7 @@ std::vector<SplitReport> SplitOversizedMeshes(NodeTable& table, const std::funct
     std::vector<Submesh> pieces;
     pieces.reserve(report.pieces);
     for (const Submesh& s : mesh->submeshes) relayout.AddSubmesh(s, pieces);
+    relayout.FinishTriangles();
     mesh->submeshes = std::move(pieces);
     reports.push_back(report);
   }
