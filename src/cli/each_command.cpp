@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -88,6 +89,9 @@ int RunEach(const EachRequest& request, const std::string& program, std::ostream
   TerminalProgress progress(err);
   if (request.showProgress) progress.Start("Exporting");
   const unsigned jobs = request.jobs == 0 ? 1 : request.jobs;
+  // Exports side by side have a core each already: none starts threads of
+  // its own besides.
+  if (jobs > 1) setenv("KVLEXP_THREADS", "1", 1);
   while (done < request.scenes.size()) {
     while (running.size() < jobs && next < request.scenes.size()) {
       const std::string& scene = request.scenes[next];

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/side_task.h"
 #include "translate/transform_sampling.h"
 #include "translate/vertex_animation.h"
 #include "translate/translation.h"
@@ -19,6 +20,9 @@ namespace {
 
 // The highest count and index that the file's 16-bit fields can hold.
 constexpr size_t kFileLimit = 65535;
+
+// Below this, starting a thread costs more than it saves.
+constexpr size_t kFacesWorthAThread = 1 << 14;
 
 // One map channel of the mesh, or nothing if the mesh lacks it.
 struct Channel {
@@ -88,21 +92,31 @@ void CornerUV(const Extraction& x, int face, int corner, float& u, float& v) {
   v = -p.y;
 }
 
-void TriangleLayoutFace(const Extraction& x, VertexPlacer& placer, const GroupMaterial& material, int face,
-                        FaceListNode& faceList, TriangleInfoBufferNode& triangles) {
+// The triangle layout's vertices are positions alone; colours and texture
+// coordinates go per corner into the triangle info buffer.
+void PlaceTriangleLayoutFace(const Extraction& x, VertexPlacer& placer, int face, FaceListNode& faceList) {
   const host::Face& hostFace = x.mesh.faces[static_cast<size_t>(face)];
-  TriangleInfo triangle;
-  uint32_t* colors[3] = {&triangle.color1, &triangle.color2, &triangle.color3};
   for (int c = 0; c < 3; ++c) {
     const int k = x.corners[c];
     Vertex vertex;
     vertex.sourceVertex = hostFace.v[k];
     ConvertVertex(x.mesh, static_cast<int>(hostFace.v[k]), x.bakeMatrix, x.scale, vertex.position);
     faceList.indices.push_back(placer.Place(vertex));
-    if (x.texture.present) CornerUV(x, face, k, triangle.cornerUVs[2 * c], triangle.cornerUVs[2 * c + 1]);
-    CornerColor(x, material, face, k, *colors[c]);
   }
-  triangles.triangles.push_back(triangle);
+}
+
+void FillTriangleInfos(const Extraction& x, const GroupMaterial& material, const std::vector<int>& faces,
+                       std::vector<TriangleInfo>& triangles) {
+  triangles.reserve(faces.size());
+  for (int face : faces) {
+    TriangleInfo& triangle = triangles.emplace_back();
+    uint32_t* colors[3] = {&triangle.color1, &triangle.color2, &triangle.color3};
+    for (int c = 0; c < 3; ++c) {
+      const int k = x.corners[c];
+      if (x.texture.present) CornerUV(x, face, k, triangle.cornerUVs[2 * c], triangle.cornerUVs[2 * c + 1]);
+      CornerColor(x, material, face, k, *colors[c]);
+    }
+  }
 }
 
 void VertexLayoutFace(const Extraction& x, VertexPlacer& placer, const GroupMaterial& material, int face,
@@ -255,15 +269,21 @@ void ExtractMesh(Translation& t, host::INode* node, host::Mesh& mesh, MeshNode& 
     }
     const bool hasTriangleInfo = useTriangleInfo && triangles->flags != 0;
     faceList->indices.reserve(3 * group.faces.size());
-    if (hasTriangleInfo) triangles->triangles.reserve(group.faces.size());
 
+    // A big group's triangle infos are made on the second core while this
+    // one places the vertices: the two read the host mesh alone and each
+    // writes its own list, so the result is the same either way.
+    SideTask triangleInfos(hasTriangleInfo && group.faces.size() >= kFacesWorthAThread, [&] {
+      if (hasTriangleInfo) FillTriangleInfos(x, corners, group.faces, triangles->triangles);
+    });
     for (int face : group.faces) {
       if (useTriangleInfo) {
-        TriangleLayoutFace(x, placer, corners, face, *faceList, *triangles);
+        PlaceTriangleLayoutFace(x, placer, face, *faceList);
       } else {
         VertexLayoutFace(x, placer, corners, face, *faceList);
       }
     }
+    triangleInfos.Wait();
 
     Submesh submesh;
     submesh.vertexBufferId = buffer->id;

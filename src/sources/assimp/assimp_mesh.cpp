@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "host/memory_materials.h"
+#include "platform/side_task.h"
 #include "sources/assimp/assimp_deformers.h"
 #include "sources/assimp/assimp_smoothing.h"
 
@@ -128,6 +129,52 @@ bool HasTriangles(const AssimpBuild& build, const aiNode& node) {
   return false;
 }
 
+// Below this, starting a thread costs more than it saves.
+constexpr size_t kVerticesWorthAThread = 1 << 15;
+
+// The first texture coordinates and colours of every source vertex, in the
+// order of the node's meshes; a mesh without them gives (0, 0, 0) and
+// opaque white. Alpha is a channel of its own in the host's meshes.
+void ReadChannels(const AssimpBuild& build, const aiNode& node, size_t sourceCount, bool anyUV, bool anyColor,
+                  std::vector<host::UVVert>& uvs, std::vector<host::UVVert>& colors,
+                  std::vector<host::UVVert>& alphas) {
+  if (anyUV) uvs.reserve(sourceCount);
+  if (anyColor) colors.reserve(sourceCount), alphas.reserve(sourceCount);
+  for (unsigned i = 0; i < node.mNumMeshes; ++i) {
+    const aiMesh& m = *build.ai.mMeshes[node.mMeshes[i]];
+    for (unsigned v = 0; v < m.mNumVertices; ++v) {
+      if (anyUV) {
+        const aiVector3D t = m.HasTextureCoords(0) ? m.mTextureCoords[0][v] : aiVector3D(0, 0, 0);
+        uvs.emplace_back(t.x, t.y, t.z);
+      }
+      if (anyColor) {
+        const aiColor4D c = m.HasVertexColors(0) ? m.mColors[0][v] : aiColor4D(1, 1, 1, 1);
+        colors.emplace_back(c.r, c.g, c.b);
+        alphas.emplace_back(c.a, c.a, c.a);
+      }
+    }
+  }
+}
+
+// Per triangle the host keeps, its corners' source vertices: for the map
+// channels, and for the normals of a node some of whose meshes have none.
+std::vector<host::TVFace> SourceFaces(const AssimpBuild& build, const aiNode& node, size_t faceCount) {
+  std::vector<host::TVFace> sourceFaces;
+  sourceFaces.reserve(faceCount);
+  uint32_t base = 0;
+  for (unsigned i = 0; i < node.mNumMeshes; ++i) {
+    const aiMesh& m = *build.ai.mMeshes[node.mMeshes[i]];
+    for (unsigned f = 0; f < m.mNumFaces; ++f) {
+      const aiFace& face = m.mFaces[f];
+      if (face.mNumIndices != 3) continue;
+      host::TVFace& corners = sourceFaces.emplace_back();
+      for (int k = 0; k < 3; ++k) corners.t[k] = base + face.mIndices[k];
+    }
+    base += m.mNumVertices;
+  }
+  return sourceFaces;
+}
+
 }  // namespace
 
 std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const aiNode& node,
@@ -172,14 +219,16 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
   std::vector<host::Point3> normals(sourceCount);
   std::vector<uint8_t> usable(sourceCount, 0);
   std::vector<uint32_t> firstFace(allNormals ? sourceCount : 0, kNoFace);
+  // The map channels and the faces' source vertices are copies of the
+  // file's arrays that nothing below needs until the end: a big mesh has
+  // them made on the second core while this one welds and smooths.
   std::vector<host::UVVert> uvs, colors, alphas;
-  if (anyUV) uvs.reserve(sourceCount);
-  if (anyColor) colors.reserve(sourceCount), alphas.reserve(sourceCount);
-  // Per face, its corners' source vertices: for the map channels, and for
-  // the normals of a node some of whose meshes have none.
   const bool keepSourceFaces = anyUV || anyColor || !allNormals;
   std::vector<host::TVFace> sourceFaces;
-  if (keepSourceFaces) sourceFaces.reserve(faceCount);
+  SideTask channels(sourceCount >= kVerticesWorthAThread, [&] {
+    ReadChannels(build, node, sourceCount, anyUV, anyColor, uvs, colors, alphas);
+    if (keepSourceFaces) sourceFaces = SourceFaces(build, node, faceCount);
+  });
   mesh.faces.reserve(faceCount);
   SmoothPatches patches(allNormals ? faceCount : 0);
   size_t dropped = 0;
@@ -209,15 +258,6 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
         normals[base + v] = host::Point3(m.mNormals[v].x, m.mNormals[v].y, m.mNormals[v].z);
         usable[base + v] = MakeUnit(normals[base + v]);
       }
-      if (anyUV) {
-        const aiVector3D t = m.HasTextureCoords(0) ? m.mTextureCoords[0][v] : aiVector3D(0, 0, 0);
-        uvs.emplace_back(t.x, t.y, t.z);
-      }
-      if (anyColor) {
-        const aiColor4D c = m.HasVertexColors(0) ? m.mColors[0][v] : aiColor4D(1, 1, 1, 1);
-        colors.emplace_back(c.r, c.g, c.b);
-        alphas.emplace_back(c.a, c.a, c.a);
-      }
     }
     for (unsigned f = 0; f < m.mNumFaces; ++f) {
       const aiFace& face = m.mFaces[f];
@@ -228,11 +268,9 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
       }
       const uint32_t faceIndex = static_cast<uint32_t>(mesh.faces.size());
       host::Face hostFace;
-      host::TVFace sourceFace;
       for (int k = 0; k < 3; ++k) {
         const uint32_t source = base + face.mIndices[k];
         hostFace.v[k] = hostOf[source];
-        sourceFace.t[k] = source;
         // Faces that share a file vertex share its normal there.
         if (allNormals && usable[source]) {
           if (firstFace[source] == kNoFace) {
@@ -244,10 +282,10 @@ std::unique_ptr<host::MemoryMeshObject> BuildNodeMesh(AssimpBuild& build, const 
       }
       hostFace.setMatID(slot);
       mesh.faces.push_back(hostFace);
-      if (keepSourceFaces) sourceFaces.push_back(sourceFace);
     }
     base += m.mNumVertices;
   }
+  channels.Wait();
 
   if (allNormals) {
     JoinSameNormalsAtVertices(patches, normals, usable, hostOf, firstFace, mesh.verts.size());
