@@ -185,7 +185,7 @@ int WriteSettingsFile(const std::string& path, const std::string& from) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  kvl::cli::TuneHeapForBigScenes(argv);
+  kvl::cli::RestoreEnvironmentAfterRestart();
   CLI::App app{"kvlexp: exports a 3D scene to a Kelvane KVL file or a readable TXT dump"};
   app.set_version_flag("--version", std::string("kvlexp ") + KVL_VERSION);
   app.require_subcommand(1);
@@ -276,6 +276,9 @@ int main(int argc, char** argv) {
     const int code = app.exit(e);
     return code == 0 ? kvl::cli::EXIT_OK : kvl::cli::EXIT_USAGE;
   }
+  // Before anything is read or written: a big scene's run may start again.
+  if (*exportCmd && each.scenes.empty()) kvl::cli::TuneHeapForBigScene(argv, request.scenePath);
+  if (*infoCmd) kvl::cli::TuneHeapForBigScene(argv, info.scenePath);
   if (*infoCmd) {
     const std::optional<kvl::cli::IsolationLimits> limits = ParseLimits(infoLimits, std::cerr);
     if (!limits) return kvl::cli::EXIT_USAGE;

@@ -1,6 +1,6 @@
-// Starts as kvlexp does, then reports whether a big block's mapping is
-// advised for huge pages (the "hg" of its VmFlags) and the GLIBC_TUNABLES
-// it would hand on.
+// Starts as kvlexp does for an export of the scene it is given, then
+// reports whether a big block's mapping is advised for huge pages (the "hg"
+// of its VmFlags) and the GLIBC_TUNABLES it would hand on.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -30,8 +30,10 @@ bool AdvisedForHugePages(uintptr_t address) {
 
 }  // namespace
 
-int main(int, char** argv) {
-  kvl::cli::TuneHeapForBigScenes(argv);
+int main(int argc, char** argv) {
+  if (argc != 2) return 2;
+  kvl::cli::RestoreEnvironmentAfterRestart();
+  kvl::cli::TuneHeapForBigScene(argv, argv[1]);
   // Volatile, or the compiler may leave out a block that is never used.
   char* volatile block = static_cast<char*>(std::malloc(64 << 20));
   const bool advised = AdvisedForHugePages(reinterpret_cast<uintptr_t>(block));
