@@ -82,8 +82,8 @@ int RunEach(const EachRequest& request, const std::string& program, std::ostream
 
   const fs::path scratch = fs::temp_directory_path() / ("kvlexp-each-" + std::to_string(::getpid()));
   fs::create_directories(scratch, ec);
+  // Per scene, the line that tells why it failed; empty while it has not.
   std::vector<std::string> failures(request.scenes.size());
-  std::vector<bool> failed(request.scenes.size(), false);
   std::map<pid_t, Job> running;
   size_t next = 0, done = 0;
   TerminalProgress progress(err);
@@ -99,7 +99,6 @@ int RunEach(const EachRequest& request, const std::string& program, std::ostream
       const pid_t pid = StartExport(program, scene, EachOutputPath(scene, request.outputFolder),
                                     request.exportOptions, errors);
       if (pid < 0) {
-        failed[next] = true;
         failures[next] = "kvlexp: " + scene + ": the export could not be started";
         ++done;
       } else {
@@ -115,7 +114,6 @@ int RunEach(const EachRequest& request, const std::string& program, std::ostream
     const Job job = it->second;
     running.erase(it);
     if (!WIFEXITED(status) || WEXITSTATUS(status) != EXIT_OK) {
-      failed[job.scene] = true;
       failures[job.scene] = LastLine(job.errors);
       if (failures[job.scene].empty()) failures[job.scene] = "kvlexp: " + request.scenes[job.scene] + ": failed";
     }
@@ -131,7 +129,7 @@ int RunEach(const EachRequest& request, const std::string& program, std::ostream
   // In the order of the scenes, whatever order they finished in.
   std::vector<std::string> failedScenes;
   for (size_t i = 0; i < request.scenes.size(); ++i) {
-    if (!failed[i]) continue;
+    if (failures[i].empty()) continue;
     err << failures[i] << "\n";
     failedScenes.push_back(request.scenes[i]);
   }

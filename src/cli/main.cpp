@@ -278,8 +278,8 @@ int main(int argc, char** argv) {
   }
   // Before anything is read or written: a big scene's run may start again.
   if (*exportCmd && each.scenes.empty()) kvl::cli::TuneHeapForBigScene(argv, request.scenePath);
-  if (*infoCmd) kvl::cli::TuneHeapForBigScene(argv, info.scenePath);
   if (*infoCmd) {
+    kvl::cli::TuneHeapForBigScene(argv, info.scenePath);
     const std::optional<kvl::cli::IsolationLimits> limits = ParseLimits(infoLimits, std::cerr);
     if (!limits) return kvl::cli::EXIT_USAGE;
     // An importer can crash, hang or run away on a malformed file (or a

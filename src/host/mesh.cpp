@@ -34,7 +34,7 @@ Point3 Unit(const Point3& p) {
 }  // namespace
 
 const Mesh::Normals& Mesh::BuiltNormals() const {
-  if (!normalsWanted_ || normalsBuilt_) return normals_;
+  if (normalsBuilt_) return normals_;
   normalsBuilt_ = true;
   std::vector<Point3>& faceNormals = normals_.faceNormals;
   std::vector<Point3>& vertexNormals = normals_.vertexNormals;

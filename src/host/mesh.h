@@ -78,7 +78,7 @@ class Mesh {
   // Worked out when first asked for after buildNormals, from the mesh as it
   // is then: an exporter that calls buildNormals as a matter of course but
   // reads no normal pays nothing for them (a million faces would cost 18 MB).
-  void buildNormals() { normalsWanted_ = true; normalsBuilt_ = false; }
+  void buildNormals() { normalsBuilt_ = false; }
   const Point3& getFaceNormal(int face) const { return BuiltNormals().faceNormals[static_cast<size_t>(face)]; }
   const Point3& getNormal(int vertex) const { return BuiltNormals().vertexNormals[static_cast<size_t>(vertex)]; }
 
@@ -90,7 +90,6 @@ class Mesh {
   const Normals& BuiltNormals() const;
 
   std::map<int, MeshMap> maps;
-  bool normalsWanted_ = false;
   mutable bool normalsBuilt_ = false;
   mutable Normals normals_;
 };
